@@ -1,0 +1,26 @@
+# Install rules: libraries, headers under include/zrbase/ with their relative
+# paths, the CMake package (zrbase::zrbase, zrbase::zr, zrbase::OS) and zrbase.pc.
+include(CMakePackageConfigHelpers)
+
+install(TARGETS OS zr zrbase EXPORT zrbaseTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+
+install(DIRECTORY platform/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zrbase
+  FILES_MATCHING PATTERN "*.h" PATTERN "posix" EXCLUDE)
+install(DIRECTORY src/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zrbase
+  FILES_MATCHING PATTERN "*.h")
+
+install(EXPORT zrbaseTargets NAMESPACE zrbase:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zrbase)
+configure_package_config_file(cmake/zrbaseConfig.cmake.in
+  ${CMAKE_CURRENT_BINARY_DIR}/zrbaseConfig.cmake
+  INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zrbase)
+write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/zrbaseConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zrbaseConfig.cmake ${CMAKE_CURRENT_BINARY_DIR}/zrbaseConfigVersion.cmake
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zrbase)
+
+configure_file(cmake/zrbase.pc.in ${CMAKE_CURRENT_BINARY_DIR}/zrbase.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zrbase.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(DIRECTORY data/ DESTINATION ${CMAKE_INSTALL_DATADIR}/zrbase OPTIONAL)
