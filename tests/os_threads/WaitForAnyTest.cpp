@@ -1,0 +1,117 @@
+// Waiting for the first of several events.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <string>
+#include <vector>
+
+#include "ThreadTestSupport.h"
+
+namespace {
+
+using namespace zrtest;
+using Events = std::vector<Zr::Ptr<iThreadEvent>>;
+
+constexpr auto kTimeout = iWaitable::eWaitTimeout;
+constexpr auto kSuccess = iWaitable::eWaitSuccess;
+
+TEST(WaitForAny, FailsOnAnEmptyListOrANullEvent)
+{
+  unsigned int index = 77;
+  EXPECT_EQ(threads()->waitForAny({}, 0, &index), iWaitable::eWaitFailed);
+  EXPECT_EQ(threads()->waitForAny({autoEvent(true), nullptr}, 0, &index), iWaitable::eWaitFailed);
+  EXPECT_EQ(index, 77u);
+}
+
+TEST(WaitForAny, TimesOutWithOneWhenNothingIsSet)
+{
+  unsigned int index = 77;
+  Events events{autoEvent(), manualEvent()};
+  EXPECT_EQ(threads()->waitForAny(events, 0, &index), kTimeout);
+  EXPECT_EQ(threads()->waitForAny(events, kWontHappenMs, &index), kTimeout);
+  EXPECT_EQ(index, 77u);
+}
+
+TEST(WaitForAny, GivesTheFirstSetEventInListOrderAndConsumesOnlyThat)
+{
+  Zr::Ptr<iThreadEvent> a = autoEvent(), b = autoEvent(), c = autoEvent();
+  Events events{a, b, c};
+  c->set();
+  b->set();
+  unsigned int index = 77;
+  ASSERT_EQ(threads()->waitForAny(events, kWillHappenMs, &index), kSuccess);
+  EXPECT_EQ(index, 1u);
+  ASSERT_EQ(threads()->waitForAny(events, kWillHappenMs, &index), kSuccess);
+  EXPECT_EQ(index, 2u);
+  EXPECT_EQ(threads()->waitForAny(events, 0, &index), kTimeout);
+}
+
+TEST(WaitForAny, ConsumesAnAutoResetEventButLeavesAManualOneSet)
+{
+  Zr::Ptr<iThreadEvent> manual = manualEvent(true);
+  Zr::Ptr<iThreadEvent> automatic = autoEvent(true);
+  EXPECT_EQ(threads()->waitForAny({automatic}, 0, nullptr), kSuccess);
+  EXPECT_EQ(automatic->wait(0), kTimeout);
+  EXPECT_EQ(threads()->waitForAny({manual}, 0, nullptr), kSuccess);
+  EXPECT_EQ(manual->wait(0), kSuccess);
+}
+
+TEST(WaitForAny, WakesWhenAnotherThreadSetsOneOfTheEvents)
+{
+  Zr::Ptr<iThreadEvent> a = autoEvent(), b = autoEvent();
+  Zr::Ptr<iThread> waiter = spawn([a, b] {
+    unsigned int index = 77;
+    if (threads()->waitForAny({a, b}, iWaitable::kInfinite, &index) != iWaitable::eWaitSuccess) return -1;
+    return int(index);
+  });
+  b->set();
+  ASSERT_TRUE(ended(waiter));
+  EXPECT_EQ(waiter->exitCode(), 1);
+  EXPECT_EQ(b->wait(0), kTimeout); // taken by the waiter
+}
+
+TEST(WaitForAny, OneSetOfAnAutoResetEventReleasesOneOfItsWaiters)
+{
+  Zr::Ptr<iThreadEvent> shared = autoEvent();
+  Zr::Ptr<iSemaphore> released = threads()->createSemaphore(0, 2);
+  std::vector<Zr::Ptr<iThread>> waiters;
+  for (int i = 0; i < 2; ++i)
+    waiters.push_back(spawn([shared, released] {
+      Zr::Ptr<iThreadEvent> own = autoEvent(); // never set: the wait is on a real list
+      if (threads()->waitForAny({own, shared}, iWaitable::kInfinite, nullptr) != iWaitable::eWaitSuccess)
+        return 1;
+      released->release(1);
+      return 0;
+    }));
+  shared->set();
+  EXPECT_EQ(released->wait(kWillHappenMs), kSuccess);
+  EXPECT_EQ(released->wait(kWontHappenMs), kTimeout);
+  shared->set();
+  EXPECT_EQ(released->wait(kWillHappenMs), kSuccess);
+  for (auto& waiter : waiters) EXPECT_TRUE(ended(waiter));
+}
+
+TEST(WaitForAny, AlsoWaitsOnNamedEvents)
+{
+  const std::string name = "zr test wait-for-any {" + std::to_string(getpid()) + "}";
+  Zr::Ptr<iThreadEvent> local = autoEvent();
+  Zr::Ptr<iThreadEvent> named = threads()->createEvent(false, false, name.c_str());
+  ASSERT_TRUE(named);
+  Events events{local, named};
+
+  unsigned int index = 77;
+  EXPECT_EQ(threads()->waitForAny(events, kWontHappenMs, &index), kTimeout);
+
+  Zr::Ptr<iThread> setter = spawn([named] { return named->set() ? 0 : 1; });
+  ASSERT_EQ(threads()->waitForAny(events, kWillHappenMs, &index), kSuccess);
+  EXPECT_EQ(index, 1u);
+  EXPECT_EQ(named->wait(0), kTimeout); // consumed
+
+  Zr::Ptr<iThread> localSetter = spawn([local] { return local->set() ? 0 : 1; });
+  ASSERT_EQ(threads()->waitForAny(events, kWillHappenMs, &index), kSuccess);
+  EXPECT_EQ(index, 0u);
+  EXPECT_TRUE(ended(setter));
+  EXPECT_TRUE(ended(localSetter));
+}
+
+} // namespace
