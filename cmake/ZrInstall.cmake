@@ -21,6 +21,9 @@ write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/zrbaseConfigVersion
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zrbaseConfig.cmake ${CMAKE_CURRENT_BINARY_DIR}/zrbaseConfigVersion.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zrbase)
 
+# The .pc file finds its prefix from its own place, so that an installed
+# tree can be moved (or installed with --prefix) and still be found.
+file(RELATIVE_PATH ZR_PC_TO_PREFIX "/root/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/root")
 configure_file(cmake/zrbase.pc.in ${CMAKE_CURRENT_BINARY_DIR}/zrbase.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zrbase.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 install(DIRECTORY data/ DESTINATION ${CMAKE_INSTALL_DATADIR}/zrbase OPTIONAL)

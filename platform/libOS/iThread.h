@@ -48,7 +48,8 @@ public:
   // The name it was made with (before any cut).
   virtual LightweightString<char> getName() const = 0;
   // Priority 0 (lowest) to 5 (highest), 2 normal. Values outside fail; a raise
-  // that the system refuses for lack of privilege is not a failure.
+  // that the system refuses for lack of privilege is not a failure, and
+  // neither is a thread that has already ended.
   virtual bool setPriority(int priority) = 0;
   virtual int getPriority() const = 0;
   // Processors the thread may run on, one bit each; -1 (all bits) lets the

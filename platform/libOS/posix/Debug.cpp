@@ -55,9 +55,14 @@ public:
     void* frames[kMaxFrames];
     const int n = backtrace(frames, kMaxFrames);
     std::vector<LightweightString<char>> lines;
-    // Frame 0 is this function. Return addresses point behind the call, so
-    // the names and lines of outer frames are looked up one byte earlier.
-    const int first = 1 + int(skipFrames);
+    // The caller's frame is the one that returns where this call returns
+    // (a sanitizer may add frames of its own in front). Return addresses
+    // point behind the call, so names and lines are looked up one byte earlier.
+    void* const caller = __builtin_return_address(0);
+    int callerFrame = 0;
+    while (callerFrame < n && frames[callerFrame] != caller) ++callerFrame;
+    if (callerFrame == n) callerFrame = 1;
+    const int first = callerFrame + int(skipFrames);
     // A fault inside a lookup must not wait for itself: without the lock, dladdr names the frames.
     std::unique_lock<std::mutex> guard(lock_, std::try_to_lock);
     for (int i = first; i < n; ++i) {

@@ -148,8 +148,10 @@ bool PosixThread::setPriority(int priority)
   if (priority < 0 || priority > 5) return false;
   // Under the lock the thread cannot end, so its id still names it.
   SyncLock lock(&mutex_);
-  if (!running_) return false;
-  if (setpriority(PRIO_PROCESS, tid_, kNiceOfPriority[priority]) != 0 && errno != EPERM && errno != EACCES)
+  // A thread that has already ended has nothing left to change; its maker
+  // may set the priority just after a short function returned.
+  if (running_ && setpriority(PRIO_PROCESS, tid_, kNiceOfPriority[priority]) != 0 && errno != EPERM &&
+      errno != EACCES)
     return false;
   // A raise the system refuses for lack of privilege still counts as set.
   priority_ = priority;
@@ -174,7 +176,7 @@ bool PosixThread::setAffinity(unsigned int mask)
   // By kernel id rather than pthread handle: a detached thread's handle is
   // not usable once it has ended, and under the lock the id is still its.
   SyncLock lock(&mutex_);
-  if (!running_) return false;
+  if (!running_) return true;
   return sched_setaffinity(pid_t(tid_), sizeof set, &set) == 0;
 }
 
