@@ -100,5 +100,5 @@ void criticalSectionStd(benchmark::State& state)
 
 BENCHMARK(pingPongOurs)->Name("event ping-pong/ours")->UseRealTime();
 BENCHMARK(pingPongStd)->Name("event ping-pong/peer:std::condition_variable")->UseRealTime();
-BENCHMARK(criticalSectionOurs)->Name("critical section enter+leave/ours");
-BENCHMARK(criticalSectionStd)->Name("critical section enter+leave/peer:std::recursive_mutex");
+BENCHMARK(criticalSectionOurs)->Name("iCriticalSection enter-leave (libOS)/ours");
+BENCHMARK(criticalSectionStd)->Name("iCriticalSection enter-leave (libOS)/peer:std::recursive_mutex");
