@@ -133,7 +133,8 @@ int runChildRole(const std::string& role, const std::vector<std::string>& args)
 void setUpFreshRoots()
 {
   const char* tmp = std::getenv("TMPDIR");
-  std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/zrtest-XXXXXX";
+  // mkdtemp replaces the six trailing X characters.
+  std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/zrtest-" + std::string(6, 'X');
   std::vector<char> buf(pattern.begin(), pattern.end());
   buf.push_back(0);
   if (!mkdtemp(buf.data())) throw std::runtime_error("mkdtemp failed");
