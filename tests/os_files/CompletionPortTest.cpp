@@ -31,11 +31,18 @@ class Async : public testing::Test
 {
 protected:
   std::string dir_ = zrtest::makeTempDir("async");
+  Zr::Ptr<iIOCompletionPort> port_ = OS()->createCompletionPort();
   Zr::Ptr<iFile> file(const std::string& name)
   {
     return openFile(dir_ + name, iFile::eReadWrite, iFile::eCreateAlways);
   }
-  static iIOCompletionPort::Result next(iIOCompletionPort& port) { return port.wait(20000); }
+  // A new file attached to port_.
+  Zr::Ptr<iFile> attached(const std::string& name)
+  {
+    Zr::Ptr<iFile> f = file(name);
+    return port_ && port_->attach(f) ? f : nullptr;
+  }
+  iIOCompletionPort::Result next() { return port_->wait(20000); }
 };
 
 TEST_F(Async, WithoutAPortOperationsCompleteAtOnceOnTheCaller)
@@ -59,32 +66,26 @@ TEST_F(Async, WithoutAPortOperationsCompleteAtOnceOnTheCaller)
   EXPECT_FALSE(f->readAtAsync(100, buf, 4, past));
   EXPECT_EQ(past->calls_, 1);
   EXPECT_FALSE(past->succeeded_);
-}
 
-TEST_F(Async, WithoutAPortThePositionFormsMoveThePosition)
-{
-  Zr::Ptr<iFile> f = file("positioned");
-  ASSERT_TRUE(f);
+  // The position forms move the position.
+  ASSERT_TRUE(f->positionAt(0));
   EXPECT_TRUE(f->writeAsync("12345", 5, Zr::Ptr<iAsyncContext>(new Recorder)));
   EXPECT_EQ(f->getPosition(), 5u);
   ASSERT_TRUE(f->positionAt(1));
-  char buf[3];
   EXPECT_TRUE(f->readAsync(buf, 3, nullptr));
   EXPECT_EQ(std::string(buf, 3), "234");
   EXPECT_EQ(f->getPosition(), 4u);
 }
 
-TEST_F(Async, AttachedFilesCompleteOnThePort)
+TEST_F(Async, AttachedFilesCompleteOnThePortWithTheirStatus)
 {
-  Zr::Ptr<iIOCompletionPort> port = OS()->createCompletionPort();
-  ASSERT_TRUE(port);
-  Zr::Ptr<iFile> f = file("ported");
-  ASSERT_TRUE(port->attach(f));
+  Zr::Ptr<iFile> f = attached("ported");
+  ASSERT_TRUE(f);
   EXPECT_EQ(f->getCaps() & iFile::eCapAsyncPort, unsigned(iFile::eCapAsyncPort));
 
   Zr::Ptr<Recorder> w(new Recorder);
   ASSERT_TRUE(f->writeAtAsync(0, "payload", 7, w));
-  iIOCompletionPort::Result result = next(*port);
+  iIOCompletionPort::Result result = next();
   EXPECT_EQ(result.status, iIOCompletionPort::eSucceeded);
   EXPECT_EQ(result.bytes, 7u);
   EXPECT_TRUE(result.context == w);
@@ -94,44 +95,35 @@ TEST_F(Async, AttachedFilesCompleteOnThePort)
   char buf[7] = {};
   Zr::Ptr<Recorder> r(new Recorder);
   ASSERT_TRUE(f->readAtAsync(0, buf, 7, r));
-  result = next(*port);
+  result = next();
   EXPECT_EQ(result.status, iIOCompletionPort::eSucceeded);
   EXPECT_TRUE(result.context == r);
   EXPECT_EQ(std::string(buf, 7), "payload");
-  EXPECT_EQ(port->pending(), 0u);
-}
 
-TEST_F(Async, AFailedOperationCompletesWithStatusFailed)
-{
-  Zr::Ptr<iIOCompletionPort> port = OS()->createCompletionPort();
-  Zr::Ptr<iFile> f = file("short");
-  ASSERT_TRUE(port->attach(f));
-  char buf[4];
-  Zr::Ptr<Recorder> r(new Recorder);
-  ASSERT_TRUE(f->readAtAsync(1000, buf, 4, r));
-  const iIOCompletionPort::Result result = next(*port);
+  Zr::Ptr<Recorder> past(new Recorder);
+  ASSERT_TRUE(f->readAtAsync(1000, buf, 4, past));
+  result = next();
   EXPECT_EQ(result.status, iIOCompletionPort::eFailed);
   EXPECT_EQ(result.bytes, 0u);
-  EXPECT_FALSE(r->succeeded_);
+  EXPECT_FALSE(past->succeeded_);
+  EXPECT_EQ(port_->pending(), 0u);
 }
 
 TEST_F(Async, PositionFormsOnAPortTakeConsecutiveRanges)
 {
-  Zr::Ptr<iIOCompletionPort> port = OS()->createCompletionPort();
-  Zr::Ptr<iFile> f = file("appended");
-  ASSERT_TRUE(port->attach(f));
+  Zr::Ptr<iFile> f = attached("appended");
+  ASSERT_TRUE(f);
   ASSERT_TRUE(f->writeAsync("AAAA", 4, nullptr));
   ASSERT_TRUE(f->writeAsync("BBBB", 4, nullptr));
   EXPECT_EQ(f->getPosition(), 8u);
-  for (int i = 0; i < 2; ++i) EXPECT_EQ(next(*port).status, iIOCompletionPort::eSucceeded);
+  for (int i = 0; i < 2; ++i) EXPECT_EQ(next().status, iIOCompletionPort::eSucceeded);
   EXPECT_EQ(zrtest::readFile(dir_ + "appended"), "AAAABBBB");
 }
 
 TEST_F(Async, ManyOperationsAllCompleteOnce)
 {
-  Zr::Ptr<iIOCompletionPort> port = OS()->createCompletionPort();
-  Zr::Ptr<iFile> f = file("many");
-  ASSERT_TRUE(port->attach(f));
+  Zr::Ptr<iFile> f = attached("many");
+  ASSERT_TRUE(f);
   constexpr int kOps = 200;
   std::vector<std::string> blocks;
   std::vector<Zr::Ptr<Recorder>> contexts;
@@ -145,16 +137,13 @@ TEST_F(Async, ManyOperationsAllCompleteOnce)
   std::vector<std::thread> waiters;
   for (int t = 0; t < 3; ++t)
     waiters.emplace_back([&] {
-      for (;;) {
-        const iIOCompletionPort::Result r = port->wait(20000);
-        if (r.status != iIOCompletionPort::eSucceeded) return;
+      while (next().status == iIOCompletionPort::eSucceeded)
         if (succeeded.fetch_add(1) + 1 == kOps)
-          for (int s = 0; s < 3; ++s) port->postStop();
-      }
+          for (int s = 0; s < 3; ++s) port_->postStop();
     });
   for (std::thread& t : waiters) t.join();
   EXPECT_EQ(succeeded, kOps);
-  EXPECT_EQ(port->pending(), 0u);
+  EXPECT_EQ(port_->pending(), 0u);
   for (const auto& c : contexts) EXPECT_EQ(c->calls_, 1);
   std::string expected;
   for (const std::string& b : blocks) expected += b;
@@ -163,36 +152,28 @@ TEST_F(Async, ManyOperationsAllCompleteOnce)
 
 TEST_F(Async, EachStopWakesExactlyOneWaiter)
 {
-  Zr::Ptr<iIOCompletionPort> port = OS()->createCompletionPort();
   std::atomic<int> stops{0}, timeouts{0};
   std::vector<std::thread> waiters;
   for (int t = 0; t < 2; ++t)
     waiters.emplace_back([&] {
-      const int status = port->wait(1500).status;
+      const int status = port_->wait(1500).status;
       if (status == iIOCompletionPort::eStop) ++stops;
       if (status == iIOCompletionPort::eTimeout) ++timeouts;
     });
-  port->postStop();
+  port_->postStop();
   for (std::thread& t : waiters) t.join();
   EXPECT_EQ(stops, 1);
   EXPECT_EQ(timeouts, 1);
 }
 
-TEST_F(Async, WaitTimesOutWhenNothingCompletes)
+TEST_F(Async, WaitTimesOutWhenNothingCompletesAndAnEarlierStopIsKept)
 {
-  Zr::Ptr<iIOCompletionPort> port = OS()->createCompletionPort();
-  const iIOCompletionPort::Result r = port->wait(30);
+  const iIOCompletionPort::Result r = port_->wait(30);
   EXPECT_EQ(r.status, iIOCompletionPort::eTimeout);
   EXPECT_FALSE(r.context);
-  EXPECT_EQ(port->wait(0).status, iIOCompletionPort::eTimeout);
-}
-
-TEST_F(Async, AStopPostedBeforeTheWaitIsKept)
-{
-  Zr::Ptr<iIOCompletionPort> port = OS()->createCompletionPort();
-  port->postStop();
-  EXPECT_EQ(port->wait(0).status, iIOCompletionPort::eStop);
-  EXPECT_EQ(port->wait(0).status, iIOCompletionPort::eTimeout);
+  port_->postStop();
+  EXPECT_EQ(port_->wait(0).status, iIOCompletionPort::eStop);
+  EXPECT_EQ(port_->wait(0).status, iIOCompletionPort::eTimeout);
 }
 
 class ForeignFile : public iFile
@@ -221,29 +202,26 @@ public:
 
 TEST_F(Async, AttachRefusesForeignFilesAndFilesOfAnotherPort)
 {
-  Zr::Ptr<iIOCompletionPort> first = OS()->createCompletionPort();
   Zr::Ptr<iIOCompletionPort> second = OS()->createCompletionPort();
-  EXPECT_FALSE(first->attach(Zr::Ptr<iFile>(new ForeignFile)));
-  EXPECT_FALSE(first->attach(nullptr));
-  Zr::Ptr<iFile> f = file("once");
-  ASSERT_TRUE(first->attach(f));
-  EXPECT_TRUE(first->attach(f));
+  EXPECT_FALSE(port_->attach(Zr::Ptr<iFile>(new ForeignFile)));
+  EXPECT_FALSE(port_->attach(nullptr));
+  Zr::Ptr<iFile> f = attached("once");
+  ASSERT_TRUE(f);
+  EXPECT_TRUE(port_->attach(f));
   EXPECT_FALSE(second->attach(f));
 }
 
 TEST_F(Async, DestroyingThePortFinishesQueuedWorkAndRefusesMore)
 {
-  Zr::Ptr<iFile> f = file("drained");
+  Zr::Ptr<iFile> f = attached("drained");
+  ASSERT_TRUE(f);
   std::vector<Zr::Ptr<Recorder>> contexts;
   static const char block[4096] = {};
-  {
-    Zr::Ptr<iIOCompletionPort> port = OS()->createCompletionPort();
-    ASSERT_TRUE(port->attach(f));
-    for (int i = 0; i < 64; ++i) {
-      contexts.emplace_back(new Recorder);
-      ASSERT_TRUE(f->writeAtAsync(4096ul * i, block, 4096, contexts.back()));
-    }
+  for (int i = 0; i < 64; ++i) {
+    contexts.emplace_back(new Recorder);
+    ASSERT_TRUE(f->writeAtAsync(4096ul * i, block, 4096, contexts.back()));
   }
+  port_ = nullptr;
   // The workers have ended; every queued operation was performed.
   for (const auto& c : contexts) {
     EXPECT_EQ(c->calls_, 1);

@@ -21,24 +21,17 @@ protected:
   std::string dir_ = zrtest::makeTempDir("fm");
 };
 
-TEST_F(FileManager, RenameReplacesTheTargetAndLeavesNoTemporaryFile)
+TEST_F(FileManager, RenameReplacesTheTargetMovesFoldersAndNeedsASource)
 {
   zrtest::writeFile(dir_ + "edit.ed5", "old version");
   zrtest::writeFile(dir_ + "edit.ed5.TMP", "new version");
   ASSERT_TRUE(fm()->rename(W(dir_ + "edit.ed5.TMP"), W(dir_ + "edit.ed5")));
   EXPECT_EQ(zrtest::readFile(dir_ + "edit.ed5"), "new version");
   EXPECT_FALSE(filestest::pathExists(dir_ + "edit.ed5.TMP"));
-}
 
-TEST_F(FileManager, RenameOfAMissingSourceFailsAndKeepsTheTarget)
-{
-  zrtest::writeFile(dir_ + "kept", "kept");
-  EXPECT_FALSE(fm()->rename(W(dir_ + "absent"), W(dir_ + "kept")));
-  EXPECT_EQ(zrtest::readFile(dir_ + "kept"), "kept");
-}
+  EXPECT_FALSE(fm()->rename(W(dir_ + "absent"), W(dir_ + "edit.ed5")));
+  EXPECT_EQ(zrtest::readFile(dir_ + "edit.ed5"), "new version");
 
-TEST_F(FileManager, RenameMovesFolders)
-{
   ASSERT_TRUE(fm()->makeDirectory(W(dir_ + "a/b"), true));
   zrtest::writeFile(dir_ + "a/b/f", "x");
   ASSERT_TRUE(fm()->rename(W(dir_ + "a"), W(dir_ + "c")));
@@ -119,13 +112,9 @@ TEST_F(FileManager, CopyOntoAnExistingFileReplacesItUnlessAskedNotTo)
   EXPECT_EQ(zrtest::readFile(dir_ + "to"), "old");
   EXPECT_TRUE(fm()->copyFile(W(dir_ + "from"), W(dir_ + "to"), false));
   EXPECT_EQ(zrtest::readFile(dir_ + "to"), "new");
-}
-
-TEST_F(FileManager, CopyOntoItselfKeepsTheContent)
-{
-  zrtest::writeFile(dir_ + "self", "still here");
-  EXPECT_TRUE(fm()->copyFile(W(dir_ + "self"), W(dir_ + "self"), false));
-  EXPECT_EQ(zrtest::readFile(dir_ + "self"), "still here");
+  // Onto itself: the content must not be emptied before it is read.
+  EXPECT_TRUE(fm()->copyFile(W(dir_ + "to"), W(dir_ + "to"), false));
+  EXPECT_EQ(zrtest::readFile(dir_ + "to"), "new");
 }
 
 TEST_F(FileManager, FailedCopiesLeaveNothingBehind)
@@ -140,18 +129,22 @@ TEST_F(FileManager, FailedCopiesLeaveNothingBehind)
   EXPECT_EQ(items.size(), 2u); // "file" and "folder"
 }
 
-TEST_F(FileManager, DeleteRemovesFilesOnly)
+TEST_F(FileManager, DeleteRemovesFilesOnlyAndExistsTellsFilesFromFolders)
 {
   zrtest::writeFile(dir_ + "doomed", "x");
+  EXPECT_TRUE(fm()->exists(W(dir_ + "doomed")));
+  EXPECT_FALSE(fm()->isDirectory(W(dir_ + "doomed")));
   EXPECT_TRUE(fm()->deleteFile(W(dir_ + "doomed")));
   EXPECT_FALSE(fm()->exists(W(dir_ + "doomed")));
+  EXPECT_FALSE(fm()->isDirectory(W(dir_ + "doomed")));
   EXPECT_FALSE(fm()->deleteFile(W(dir_ + "doomed")));
   ASSERT_TRUE(fm()->makeDirectory(W(dir_ + "folder"), false));
   EXPECT_FALSE(fm()->deleteFile(W(dir_ + "folder")));
+  EXPECT_TRUE(fm()->exists(W(dir_ + "folder")));
   EXPECT_TRUE(fm()->isDirectory(W(dir_ + "folder")));
 }
 
-TEST_F(FileManager, MakeDirectoryMakesParentsOnlyWhenRecursive)
+TEST_F(FileManager, FoldersGetParentsOnlyWhenRecursiveAndGoOnlyWhenEmpty)
 {
   EXPECT_FALSE(fm()->makeDirectory(W(dir_ + "p/q/r"), false));
   EXPECT_TRUE(fm()->makeDirectory(W(dir_ + "p/q/r/"), true));
@@ -160,26 +153,11 @@ TEST_F(FileManager, MakeDirectoryMakesParentsOnlyWhenRecursive)
   zrtest::writeFile(dir_ + "plain", "");
   EXPECT_FALSE(fm()->makeDirectory(W(dir_ + "plain"), false));
   EXPECT_FALSE(fm()->makeDirectory(W(dir_ + "plain/sub"), true));
-}
 
-TEST_F(FileManager, RemoveDirectoryNeedsAnEmptyFolder)
-{
-  ASSERT_TRUE(fm()->makeDirectory(W(dir_ + "full/inner"), true));
-  EXPECT_FALSE(fm()->removeDirectory(W(dir_ + "full")));
-  EXPECT_TRUE(fm()->removeDirectory(W(dir_ + "full/inner")));
-  EXPECT_TRUE(fm()->removeDirectory(W(dir_ + "full")));
-  EXPECT_FALSE(fm()->exists(W(dir_ + "full")));
-}
-
-TEST_F(FileManager, ExistsAndIsDirectoryTellFilesFromFolders)
-{
-  zrtest::writeFile(dir_ + "f", "");
-  EXPECT_TRUE(fm()->exists(W(dir_ + "f")));
-  EXPECT_FALSE(fm()->isDirectory(W(dir_ + "f")));
-  EXPECT_TRUE(fm()->exists(W(dir_)));
-  EXPECT_TRUE(fm()->isDirectory(W(dir_)));
-  EXPECT_FALSE(fm()->exists(W(dir_ + "nothing")));
-  EXPECT_FALSE(fm()->isDirectory(W(dir_ + "nothing")));
+  EXPECT_FALSE(fm()->removeDirectory(W(dir_ + "p/q")));
+  EXPECT_TRUE(fm()->removeDirectory(W(dir_ + "p/q/r")));
+  EXPECT_TRUE(fm()->removeDirectory(W(dir_ + "p/q")));
+  EXPECT_FALSE(fm()->exists(W(dir_ + "p/q")));
 }
 
 TEST_F(FileManager, SizesAndTimesByName)

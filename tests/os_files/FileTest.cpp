@@ -25,50 +25,35 @@ protected:
   }
 };
 
-TEST_F(FileTest, OpenExistingNeedsTheFileAndKeepsItsContent)
+TEST_F(FileTest, EachOpenBehaviourMakesKeepsOrEmptiesAsItSays)
 {
-  EXPECT_FALSE(openFile(path("missing"), iFile::eRead, iFile::eOpenExisting));
-  EXPECT_FALSE(filestest::pathExists(path("missing")));
-  Zr::Ptr<iFile> f = openFile(existing("a"), iFile::eReadWrite, iFile::eOpenExisting);
-  ASSERT_TRUE(f);
-  EXPECT_EQ(readAll(*f), "old content");
-  EXPECT_EQ(filestest::N(f->getName()), path("a"));
-  EXPECT_TRUE(f->isOpen());
-}
+  struct Case
+  {
+    iFile::eOpenBehaviour behaviour;
+    bool opensMissing, opensExisting, keepsContent;
+  };
+  const Case cases[] = {
+      {iFile::eOpenExisting, false, true, true}, {iFile::eOpenForNew, true, true, false},
+      {iFile::eOpenAlways, true, true, true},    {iFile::eCreateAlways, true, true, false},
+      {iFile::eCreateNew, true, false, true},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(testing::Message() << "behaviour " << c.behaviour);
+    const std::string missing = path("missing" + std::to_string(c.behaviour));
+    Zr::Ptr<iFile> made = openFile(missing, iFile::eReadWrite, c.behaviour);
+    EXPECT_EQ(bool(made), c.opensMissing);
+    EXPECT_EQ(filestest::pathExists(missing), c.opensMissing);
+    EXPECT_EQ(made ? made->getSize() : 0ul, 0u);
 
-TEST_F(FileTest, OpenForNewMakesOrEmptiesTheFile)
-{
-  Zr::Ptr<iFile> made = openFile(path("new"), iFile::eWrite, iFile::eOpenForNew);
-  ASSERT_TRUE(made);
-  EXPECT_TRUE(filestest::pathExists(path("new")));
-  Zr::Ptr<iFile> emptied = openFile(existing("b"), iFile::eReadWrite, iFile::eOpenForNew);
-  ASSERT_TRUE(emptied);
-  EXPECT_EQ(emptied->getSize(), 0u);
-}
-
-TEST_F(FileTest, OpenAlwaysKeepsContentOrMakesTheFile)
-{
-  Zr::Ptr<iFile> kept = openFile(existing("c"), iFile::eReadWrite, iFile::eOpenAlways);
-  ASSERT_TRUE(kept);
-  EXPECT_EQ(readAll(*kept), "old content");
-  Zr::Ptr<iFile> made = openFile(path("c2"), iFile::eReadWrite, iFile::eOpenAlways);
-  ASSERT_TRUE(made);
-  EXPECT_EQ(made->getSize(), 0u);
-}
-
-TEST_F(FileTest, CreateAlwaysEmptiesAnExistingFile)
-{
-  Zr::Ptr<iFile> f = openFile(existing("d"), iFile::eWrite, iFile::eCreateAlways);
-  ASSERT_TRUE(f);
-  EXPECT_EQ(f->getSize(), 0u);
-  EXPECT_EQ(zrtest::readFile(path("d")), "");
-}
-
-TEST_F(FileTest, CreateNewFailsWhenTheFileExists)
-{
-  EXPECT_FALSE(openFile(existing("e"), iFile::eWrite, iFile::eCreateNew));
-  EXPECT_EQ(zrtest::readFile(path("e")), "old content");
-  EXPECT_TRUE(openFile(path("e2"), iFile::eWrite, iFile::eCreateNew));
+    const std::string old = existing("existing" + std::to_string(c.behaviour));
+    Zr::Ptr<iFile> f = openFile(old, iFile::eReadWrite, c.behaviour);
+    EXPECT_EQ(bool(f), c.opensExisting);
+    EXPECT_EQ(zrtest::readFile(old), c.keepsContent ? "old content" : "");
+    if (!f) continue;
+    EXPECT_EQ(readAll(*f), c.keepsContent ? "old content" : "");
+    EXPECT_EQ(filestest::N(f->getName()), old);
+    EXPECT_TRUE(f->isOpen());
+  }
 }
 
 TEST_F(FileTest, BadArgumentsAndFoldersGiveNull)
@@ -80,7 +65,7 @@ TEST_F(FileTest, BadArgumentsAndFoldersGiveNull)
   EXPECT_FALSE(openFile(dir_ + "no/such/folder/x", iFile::eWrite, iFile::eCreateAlways));
 }
 
-TEST_F(FileTest, AccessLimitsWhatTheFileDoes)
+TEST_F(FileTest, AccessLimitsWhatTheFileDoesEvenWhenItWasEmptiedOnOpen)
 {
   Zr::Ptr<iFile> reader = openFile(existing("g"), iFile::eRead, iFile::eOpenExisting);
   ASSERT_TRUE(reader);
@@ -94,14 +79,12 @@ TEST_F(FileTest, AccessLimitsWhatTheFileDoes)
   char c;
   EXPECT_EQ(writer->read(&c, 1), 0u);
   EXPECT_EQ(zrtest::readFile(path("g")), "old content");
-}
+  writer = nullptr;
 
-TEST_F(FileTest, EmptyingOnOpenWorksForAReadOnlyOpenThatStillCannotWrite)
-{
-  Zr::Ptr<iFile> f = openFile(existing("h"), iFile::eRead, iFile::eCreateAlways);
-  ASSERT_TRUE(f);
-  EXPECT_EQ(f->getSize(), 0u);
-  EXPECT_EQ(f->write("x", 1), 0u);
+  Zr::Ptr<iFile> emptied = openFile(path("g"), iFile::eRead, iFile::eCreateAlways);
+  ASSERT_TRUE(emptied);
+  EXPECT_EQ(emptied->getSize(), 0u);
+  EXPECT_EQ(emptied->write("x", 1), 0u);
 }
 
 TEST_F(FileTest, ReadsAndWritesMoveThePosition)

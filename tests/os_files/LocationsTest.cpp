@@ -32,24 +32,14 @@ class EnvOverride
 public:
   ~EnvOverride()
   {
-    for (auto& [name, old] : saved_) {
-      if (old)
-        setenv(name.c_str(), old->c_str(), 1);
-      else
-        unsetenv(name.c_str());
-    }
+    for (auto& [name, old] : saved_) old ? setenv(name.c_str(), old->c_str(), 1) : unsetenv(name.c_str());
     locations()->refresh();
   }
   void set(const std::string& name, const char* value)
   {
-    if (!saved_.count(name)) {
-      const char* old = std::getenv(name.c_str());
-      saved_[name] = old ? std::optional<std::string>(old) : std::nullopt;
-    }
-    if (value)
-      setenv(name.c_str(), value, 1);
-    else
-      unsetenv(name.c_str());
+    const char* old = std::getenv(name.c_str());
+    saved_.emplace(name, old ? std::optional<std::string>(old) : std::nullopt); // keeps the first
+    value ? setenv(name.c_str(), value, 1) : unsetenv(name.c_str());
   }
   void apply() { locations()->refresh(); }
 
@@ -132,7 +122,7 @@ TEST(Locations, WithoutXdgVariablesTheHomeFolderIsUsed)
   EXPECT_EQ(N(locations()->getRegistryFolder(1)), machine + "korvane/");
 }
 
-TEST(PathMapping, DriveLettersMapOntoTheDriveFolders)
+TEST(PathMapping, DriveLettersAndLeadingBackslashesMapOntoDriveFoldersAndOtherPathsPass)
 {
   const std::string drives = env("ZR_DRIVE_ROOT");
   EXPECT_EQ(N(fm()->mapPath(W("C:\\ZRPROJ\\Cookie.num"))), drives + "c/ZRPROJ/Cookie.num");
@@ -140,27 +130,19 @@ TEST(PathMapping, DriveLettersMapOntoTheDriveFolders)
   EXPECT_EQ(N(fm()->mapPath(W("E:relative\\name"))), drives + "e/relative/name");
   EXPECT_EQ(N(fm()->mapPath(W("C:"))), drives + "c/");
   EXPECT_EQ(N(fm()->mapPath(W("Z:\\"))), drives + "z/");
-}
-
-TEST(PathMapping, LeadingBackslashMeansDriveC)
-{
-  const std::string drives = env("ZR_DRIVE_ROOT");
+  // A leading backslash means drive C.
   EXPECT_EQ(N(fm()->mapPath(W("\\qor\\dat\\config.dat"))), drives + "c/qor/dat/config.dat");
   EXPECT_EQ(N(fm()->mapPath(W("\\\\server\\share"))), drives + "c/server/share");
-}
-
-TEST(PathMapping, OtherPathsPassUnchanged)
-{
   for (const char* path : {"/tmp/a\\b", "relative\\path", "1:\\not a drive", "", "machine.num", "./C:\\x"})
     EXPECT_EQ(N(fm()->mapPath(W(path))), path);
   EXPECT_EQ(fm()->pathSeparator(), L'/');
 }
 
-TEST(PathMapping, OpeningAWindowsPathReachesTheMappedFileAndMakesTheDrive)
+TEST(PathMapping, OpeningMakingAndListingAWindowsPathReachTheMappedFolder)
 {
   const std::string drives = env("ZR_DRIVE_ROOT");
   ASSERT_FALSE(filestest::pathExists(drives + "k"));
-  ASSERT_TRUE(fm()->makeDirectory(W("K:\\Projects"), false));
+  ASSERT_TRUE(fm()->makeDirectory(W("K:\\Projects\\P0001000"), true));
   Zr::Ptr<iFile> f = filestest::openFile("K:\\Projects\\Cookie.num", iFile::eWrite, iFile::eCreateAlways);
   ASSERT_TRUE(f);
   ASSERT_EQ(f->write("1234", 4), 4u);
@@ -168,6 +150,12 @@ TEST(PathMapping, OpeningAWindowsPathReachesTheMappedFileAndMakesTheDrive)
   EXPECT_EQ(zrtest::readFile(drives + "k/Projects/Cookie.num"), "1234");
   EXPECT_TRUE(fm()->exists(W("k:\\Projects\\Cookie.num")));
   EXPECT_FALSE(fm()->exists(W("K:\\PROJECTS\\Cookie.num"))); // the rest keeps its case
+  std::vector<iFileManager::DirectoryItem> items;
+  ASSERT_TRUE(fm()->listDirectory(W("K:\\Projects\\*.num"), true, true, items));
+  ASSERT_TRUE(fm()->listDirectory(W("K:\\Projects\\P*.*"), false, true, items));
+  ASSERT_EQ(items.size(), 2u);
+  EXPECT_EQ(N(items[0].name), "Cookie.num");
+  EXPECT_EQ(N(items[1].name), "P0001000");
 }
 
 } // namespace

@@ -24,53 +24,45 @@ protected:
   }
 };
 
-TEST_F(ShareMode, AnUnsharedOpenExcludesEveryOtherOpenInTheSameProcess)
-{
-  Zr::Ptr<iFile> first = open(iFile::eReadWrite, iFile::eShareNone);
-  ASSERT_TRUE(first);
-  EXPECT_FALSE(open(iFile::eRead, iFile::eShareRead));
-  EXPECT_FALSE(open(iFile::eReadWrite, iFile::eShareNone));
-  EXPECT_FALSE(open(iFile::eReadWrite, iFile::eShareDelete));
-  first = nullptr;
-  EXPECT_TRUE(open(iFile::eReadWrite, iFile::eShareNone));
-}
-
-TEST_F(ShareMode, ReadersSharingReadCoexistButKeepWritersOut)
-{
-  Zr::Ptr<iFile> a = open(iFile::eRead, iFile::eShareRead);
-  Zr::Ptr<iFile> b = open(iFile::eRead, iFile::eShareRead);
-  EXPECT_TRUE(a);
-  EXPECT_TRUE(b);
-  EXPECT_FALSE(open(iFile::eWrite, iFile::eShareRead));
-  EXPECT_FALSE(open(iFile::eRead, iFile::eShareNone));
-}
-
-TEST_F(ShareMode, OpensThatShareReadAndWriteTakeNoLock)
+TEST_F(ShareMode, ConflictingOpensInOneProcessAreRefusedUntilTheHolderCloses)
 {
   const auto both = iFile::eShareMode(iFile::eShareRead | iFile::eShareWrite);
-  Zr::Ptr<iFile> a = open(iFile::eReadWrite, both);
-  Zr::Ptr<iFile> b = open(iFile::eReadWrite, both);
-  EXPECT_TRUE(a);
-  EXPECT_TRUE(b);
+  struct Case
+  {
+    unsigned int firstAccess;
+    iFile::eShareMode firstShare;
+    unsigned int secondAccess;
+    iFile::eShareMode secondShare;
+    bool secondOpens;
+  };
+  const Case cases[] = {
+      {iFile::eReadWrite, iFile::eShareNone, iFile::eRead, iFile::eShareRead, false},
+      {iFile::eReadWrite, iFile::eShareNone, iFile::eReadWrite, iFile::eShareNone, false},
+      {iFile::eReadWrite, iFile::eShareNone, iFile::eReadWrite, iFile::eShareDelete, false},
+      {iFile::eRead, iFile::eShareRead, iFile::eRead, iFile::eShareRead, true},
+      {iFile::eRead, iFile::eShareRead, iFile::eWrite, iFile::eShareRead, false},
+      {iFile::eRead, iFile::eShareRead, iFile::eRead, iFile::eShareNone, false},
+      {iFile::eReadWrite, both, iFile::eReadWrite, both, true}, // no lock at all
+      {iFile::eReadWrite, both, iFile::eReadWrite, iFile::eShareNone, true},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(testing::Message() << "first " << c.firstAccess << "/" << c.firstShare << ", second "
+                                    << c.secondAccess << "/" << c.secondShare);
+    Zr::Ptr<iFile> first = open(c.firstAccess, c.firstShare);
+    ASSERT_TRUE(first);
+    EXPECT_EQ(bool(open(c.secondAccess, c.secondShare)), c.secondOpens);
+    first = nullptr;
+    EXPECT_TRUE(open(iFile::eReadWrite, iFile::eShareNone));
+  }
 }
 
-TEST_F(ShareMode, ARefusedOpenNeverEmptiesTheFile)
-{
-  Zr::Ptr<iFile> holder = open(iFile::eRead, iFile::eShareNone);
-  ASSERT_TRUE(holder);
-  EXPECT_FALSE(open(iFile::eWrite, iFile::eShareNone, iFile::eCreateAlways));
-  EXPECT_FALSE(open(iFile::eWrite, iFile::eShareNone, iFile::eOpenForNew));
-  EXPECT_EQ(zrtest::readFile(file_), "precious");
-}
-
-// args: file, ready marker, release marker, access, share.
+// args: file, ready marker. Holds the file unshared until killed.
 ZR_CHILD_ROLE(holdLock)
 {
-  Zr::Ptr<iFile> f = openFile(args.at(0), unsigned(std::stoi(args.at(3))), iFile::eOpenExisting,
-                              iFile::eShareMode(std::stoi(args.at(4))));
+  Zr::Ptr<iFile> f = openFile(args.at(0), iFile::eReadWrite, iFile::eOpenExisting);
   if (!f) return 2;
   zrtest::writeFile(args.at(1), "");
-  return filestest::waitForFile(args.at(2), 60000) ? 0 : 3;
+  return filestest::waitForFile(args.at(1) + ".never", 60000) ? 3 : 4;
 }
 
 // args: file, access, share, behaviour. Exit 0 if the open was refused, 1 if
@@ -83,17 +75,18 @@ ZR_CHILD_ROLE(tryOpen)
   return f ? 1 : 0;
 }
 
-TEST_F(ShareMode, ALockHeldByAnotherProcessRefusesTheOpen)
+TEST_F(ShareMode, ALockHeldByAnotherProcessRefusesOpensUntilThatProcessEnds)
 {
-  const std::string ready = dir_ + "ready", release = dir_ + "release";
-  const int child = zrtest::spawnChild("holdLock", {file_, ready, release, "3", "0"});
+  const std::string ready = dir_ + "ready";
+  const int child = zrtest::spawnChild("holdLock", {file_, ready});
   ASSERT_GT(child, 0);
   ASSERT_TRUE(filestest::waitForFile(ready));
   EXPECT_FALSE(open(iFile::eRead, iFile::eShareRead));
   EXPECT_FALSE(open(iFile::eWrite, iFile::eShareNone, iFile::eCreateAlways));
-  EXPECT_EQ(zrtest::readFile(file_), "precious");
-  zrtest::writeFile(release, "");
-  EXPECT_EQ(zrtest::waitChild(child), 0);
+  EXPECT_FALSE(open(iFile::eWrite, iFile::eShareNone, iFile::eOpenForNew));
+  EXPECT_EQ(zrtest::readFile(file_), "precious"); // a refused open never empties the file
+  ::kill(child, SIGKILL);
+  EXPECT_EQ(zrtest::waitChild(child), 128 + SIGKILL);
   EXPECT_TRUE(open(iFile::eReadWrite, iFile::eShareNone));
 }
 
@@ -107,18 +100,6 @@ TEST_F(ShareMode, ALockHeldHereRefusesAnotherProcess)
   EXPECT_EQ(zrtest::readFile(file_), "precious");
   reader = nullptr;
   EXPECT_EQ(zrtest::runChild("tryOpen", {file_, "2", "0", "0"}), 1);
-}
-
-TEST_F(ShareMode, TheLockEndsWithTheProcessThatHeldIt)
-{
-  const std::string ready = dir_ + "ready2";
-  const int child = zrtest::spawnChild("holdLock", {file_, ready, dir_ + "never", "3", "0"});
-  ASSERT_GT(child, 0);
-  ASSERT_TRUE(filestest::waitForFile(ready));
-  EXPECT_FALSE(open(iFile::eRead, iFile::eShareNone));
-  ::kill(child, SIGKILL);
-  EXPECT_EQ(zrtest::waitChild(child), 128 + SIGKILL);
-  EXPECT_TRUE(open(iFile::eRead, iFile::eShareNone));
 }
 
 } // namespace

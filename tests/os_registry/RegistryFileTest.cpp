@@ -76,26 +76,6 @@ TEST(RegistryFile, OrdinarySettingsStayReadable)
   EXPECT_NE(text.find("\ncaf\xC3\xA9=cr\xC3\xA8me\n"), std::string::npos) << text;
 }
 
-TEST(RegistryFile, TopLevelComesFirstAndOrderOfFirstStoringIsKept)
-{
-  Contents c;
-  c.set("Second", "z", "1");
-  c.set("First", "y", "1");
-  c.set("", "top", "1");
-  c.set("Second", "a", "1");
-  c.set("Second", "z", "changed"); // keeps its place
-  const std::string text = posix::RegistryFile::write(c);
-  const size_t top = text.find("top=1"), second = text.find("[Second]"), first = text.find("[First]");
-  ASSERT_NE(top, std::string::npos);
-  EXPECT_LT(top, second);
-  EXPECT_LT(second, first);
-  EXPECT_LT(text.find("z=changed"), text.find("a=1"));
-  const Contents back = parsed(text);
-  ASSERT_EQ(back.sections().size(), 3u);
-  EXPECT_EQ(back.sections()[1].name, "Second");
-  EXPECT_EQ(back.sections()[1].values[0].name, "z");
-}
-
 TEST(RegistryFile, HandEditsAreRead)
 {
   unsigned bad = 99;
@@ -155,29 +135,24 @@ TEST(RegistryFile, BinaryJunkKeepsWhatCanBeRead)
   EXPECT_EQ(valueOf(c, "", "also"), "fine");
 }
 
-TEST(RegistryFile, RemoveDropsAnEmptiedSection)
+TEST(RegistryFile, RemoveKeepsTheOthersFindableAndDropsAnEmptiedSection)
 {
   Contents c;
-  c.set("S", "a", "1");
+  for (int i = 0; i < 10; ++i) c.set("S", "k" + std::to_string(i), std::to_string(i));
   c.set("T", "b", "2");
-  EXPECT_TRUE(c.remove("S", "a"));
-  EXPECT_FALSE(c.remove("S", "a"));
+  EXPECT_TRUE(c.remove("S", "k3"));
+  EXPECT_FALSE(c.remove("S", "k3"));
+  for (int i = 0; i < 10; ++i)
+    EXPECT_EQ(valueOf(c, "S", "k" + std::to_string(i)), i == 3 ? "(absent)" : std::to_string(i));
+  EXPECT_TRUE(c.set("S", "k9", "nine"));
+  EXPECT_EQ(c.section("S")->values.back().value, "nine");
+
+  for (int i = 0; i < 10; ++i) c.remove("S", "k" + std::to_string(i));
   EXPECT_EQ(c.section("S"), nullptr);
   ASSERT_EQ(c.sections().size(), 2u); // the top level and T
   EXPECT_EQ(valueOf(c, "T", "b"), "2");
   c.set("S", "a", "again"); // comes back at the end
   EXPECT_EQ(c.sections().back().name, "S");
-}
-
-TEST(RegistryFile, RemovingKeepsTheOthersFindable)
-{
-  Contents c;
-  for (int i = 0; i < 10; ++i) c.set("S", "k" + std::to_string(i), std::to_string(i));
-  EXPECT_TRUE(c.remove("S", "k3"));
-  for (int i = 0; i < 10; ++i)
-    EXPECT_EQ(valueOf(c, "S", "k" + std::to_string(i)), i == 3 ? "(absent)" : std::to_string(i));
-  EXPECT_TRUE(c.set("S", "k9", "nine"));
-  EXPECT_EQ(c.section("S")->values.back().value, "nine");
 }
 
 } // namespace

@@ -75,10 +75,14 @@ TEST(Registry, MachinePathsUseTheSharedStoreAndUserPathsTheUsersStore)
                                  nullptr, value));
 }
 
-TEST(Registry, ARootAloneNamesTheTopLevel)
+TEST(Registry, ARootAloneNamesTheTopLevelAndAnEmptyValueExists)
 {
   ASSERT_TRUE(reg()->writeString(W("HKEY_CURRENT_USER"), W("top"), nullptr, W("level")));
   EXPECT_EQ(T(reg()->getSettings(iSettings::eUser)->getValue(Str("top"), Str(""), Str(""))), "level");
+  ASSERT_TRUE(reg()->writeString(W("HKEY_CURRENT_USER\\E"), W("empty"), nullptr, W("")));
+  LightweightString<wchar_t> value = W("x");
+  EXPECT_TRUE(reg()->readString(W("HKEY_CURRENT_USER\\E"), W("empty"), nullptr, value));
+  EXPECT_TRUE(value.empty());
 }
 
 TEST(Registry, OtherRootsAndMissingValuesFail)
@@ -90,14 +94,6 @@ TEST(Registry, OtherRootsAndMissingValuesFail)
   EXPECT_FALSE(reg()->readString(W(""), W("n"), nullptr, value));
   EXPECT_FALSE(reg()->readString(W("HKEY_LOCAL_MACHINE\\Nothing\\Here"), W("n"), nullptr, value));
   EXPECT_EQ(N(value), "unchanged");
-}
-
-TEST(Registry, AnEmptyStoredValueExists)
-{
-  ASSERT_TRUE(reg()->writeString(W("HKEY_CURRENT_USER\\E"), W("empty"), nullptr, W("")));
-  LightweightString<wchar_t> value = W("x");
-  EXPECT_TRUE(reg()->readString(W("HKEY_CURRENT_USER\\E"), W("empty"), nullptr, value));
-  EXPECT_TRUE(value.empty());
 }
 
 // args: prefix, go marker. Writes 200 keys to the user store once the

@@ -130,7 +130,7 @@ TEST(LightweightString, EmptyOwnsNothingAndEqualsNullText)
   EXPECT_EQ(String::compare(nullptr, "a"), -1);
   EXPECT_EQ(String::compare("a", nullptr), 1);
   EXPECT_LT(String::compare("a", "b"), 0);
-  EXPECT_GT(String::compare("\xff", "a"), 0);  // unsigned, as strcmp
+  EXPECT_GT(String::compare("\xff", "a"), 0); // unsigned, as strcmp
 }
 
 TEST(LightweightString, CapacityIsTheNextPowerOfTwoAndOneBlock)
@@ -151,11 +151,11 @@ TEST(LightweightString, AppendStaysInPlaceOnlyBelowCapacity)
 {
   String two("ab");
   const char* before = two.c_str();
-  two.push_back('c');  // length 3 < capacity 4
+  two.push_back('c'); // length 3 < capacity 4
   EXPECT_EQ(two.c_str(), before);
   String three("abc");
   before = three.c_str();
-  three.push_back('d');  // length 4 is not below capacity 4
+  three.push_back('d'); // length 4 is not below capacity 4
   EXPECT_NE(three.c_str(), before);
   EXPECT_EQ(three.capacity(), 8u);
   EXPECT_STREQ(three.c_str(), "abcd");
@@ -170,7 +170,7 @@ TEST(LightweightString, CopiesShareUntilOneWrites)
   String b = a;
   EXPECT_EQ(a.c_str(), b.c_str());
   EXPECT_TRUE(a.isShared());
-  b[0] = 'h';  // same character: nothing is copied
+  b[0] = 'h'; // same character: nothing is copied
   EXPECT_EQ(a.c_str(), b.c_str());
   b[0] = 'j';
   EXPECT_NE(a.c_str(), b.c_str());
@@ -187,11 +187,11 @@ TEST(LightweightString, SelfAppendAndReplaceAndResize)
   String s("ab");
   s += s;
   EXPECT_STREQ(s.c_str(), "abab");
-  s.append(s.c_str() + 1, 2);  // from its own text
+  s.append(s.c_str() + 1, 2); // from its own text
   EXPECT_STREQ(s.c_str(), "ababba");
   s.replace(1, 3, "XY", 2);
   EXPECT_STREQ(s.c_str(), "aXYba");
-  s.replace(10, 5, "!", 1);  // clamped to the end
+  s.replace(10, 5, "!", 1); // clamped to the end
   EXPECT_STREQ(s.c_str(), "aXYba!");
   s.resize(3);
   EXPECT_STREQ(s.c_str(), "aXY");

@@ -14,35 +14,25 @@
 
 namespace {
 
-TEST(Allocator, LiveFiguresFollowAllocateAndRelease)
+TEST(Allocator, LiveFiguresFollowAllocateReallocateAndRelease)
 {
   iAllocator* a = OS()->allocator();
   const size_t blocks = a->liveBlocks();
   const size_t bytes = a->liveBytes();
-  void* p = a->allocate(1000);
+  char* p = static_cast<char*>(a->allocate(1000));
   ASSERT_NE(p, nullptr);
   EXPECT_EQ(a->liveBlocks(), blocks + 1);
   EXPECT_GE(a->liveBytes(), bytes + 1000);
-  a->release(p);
-  EXPECT_EQ(a->liveBlocks(), blocks);
-  EXPECT_EQ(a->liveBytes(), bytes);
-  a->release(nullptr);
-  EXPECT_EQ(a->liveBlocks(), blocks);
-}
-
-TEST(Allocator, ReallocateKeepsTheHeadAndTheFigures)
-{
-  iAllocator* a = OS()->allocator();
-  const size_t blocks = a->liveBlocks();
-  char* p = static_cast<char*>(a->allocate(16));
   std::memcpy(p, "0123456789abcdef", 16);
   p = static_cast<char*>(a->reallocate(p, 1 << 20));
   ASSERT_NE(p, nullptr);
   EXPECT_EQ(std::memcmp(p, "0123456789abcdef", 16), 0);
-  EXPECT_GE(a->liveBytes(), size_t(1) << 20);
+  EXPECT_GE(a->liveBytes(), bytes + (1 << 20));
   EXPECT_EQ(a->liveBlocks(), blocks + 1);
   a->release(p);
+  a->release(nullptr);
   EXPECT_EQ(a->liveBlocks(), blocks);
+  EXPECT_EQ(a->liveBytes(), bytes);
   void* fresh = a->reallocate(nullptr, 8);
   EXPECT_EQ(a->liveBlocks(), blocks + 1);
   a->release(fresh);
@@ -57,12 +47,6 @@ TEST(Allocator, FlushHandsPooledMemoryBack)
   for (void* b : blocks) a->release(b);
   a->flush();
   EXPECT_FALSE(a->canDoMore());
-  a->setPoolLimit(12345);
-  EXPECT_EQ(a->poolLimit(), 12345u);
-  testing::internal::CaptureStderr();
-  a->dumpAllocations(0);
-  const std::string dump = testing::internal::GetCapturedStderr();
-  EXPECT_NE(dump.find("live blocks"), std::string::npos) << dump;
 }
 
 TEST(Atomics, DecrementGivesTheNewValueAndSwapGivesTheOld)
@@ -70,7 +54,7 @@ TEST(Atomics, DecrementGivesTheNewValueAndSwapGivesTheOld)
   unsigned int w = 5;
   EXPECT_EQ(OS()->atomics()->increment(&w), 6u);
   EXPECT_EQ(OS()->atomics()->decRef(&w), 5u);
-  EXPECT_EQ(OS()->atomics()->compareAndSwap(&w, 9u, 4u), 5u);  // expected wrong: unchanged
+  EXPECT_EQ(OS()->atomics()->compareAndSwap(&w, 9u, 4u), 5u); // expected wrong: unchanged
   EXPECT_EQ(w, 5u);
   EXPECT_EQ(OS()->atomics()->compareAndSwap(&w, 9u, 5u), 5u);
   EXPECT_EQ(w, 9u);
@@ -82,21 +66,18 @@ TEST(Atomics, DecrementGivesTheNewValueAndSwapGivesTheOld)
   EXPECT_EQ(slot, &b);
 }
 
-TEST(Timer, IsMonotonicAndInMilliseconds)
+TEST(Timer, CountsMillisecondsOfASleep)
 {
-  iTimer* t = OS()->timer();
-  const double a = t->getMilliseconds();
-  usleep(20000);
-  const double b = t->getMilliseconds();
-  EXPECT_GE(b - a, 19.0);
-  EXPECT_LT(b - a, 5000.0);
+  const double before = OS()->timer()->getMilliseconds();
+  OS()->threadMgr()->sleep(20);
+  const double slept = OS()->timer()->getMilliseconds() - before;
+  EXPECT_GE(slept, 20.0);
+  EXPECT_LT(slept, 5000.0);
 }
 
-TEST(Keyboard, TableIsSetByTheHost)
+TEST(Keyboard, TableIsSetByTheHostForAnyKeyCode)
 {
   iKeyboard* k = OS()->keyboard();
-  k->clear();
-  EXPECT_FALSE(k->isKeyDown(27));
   k->setKeyDown(27, true);
   k->setKeyDown(0x2000000, true);
   EXPECT_TRUE(k->isKeyDown(27));
@@ -112,7 +93,7 @@ TEST(Keyboard, TableIsSetByTheHost)
 [[gnu::noinline]] std::vector<LightweightString<char>> traceFromNamedFunction()
 {
   std::vector<LightweightString<char>> lines = OS()->debug()->getStackTrace();
-  asm volatile("" ::: "memory");  // keeps the call from becoming a tail call
+  asm volatile("" ::: "memory"); // keeps the call from becoming a tail call
   return lines;
 }
 
@@ -129,23 +110,16 @@ TEST(Debug, StackTraceNamesTheCallerDemangled)
   EXPECT_EQ(std::string(skipped[0].c_str()).find("traceFromNamedFunction"), std::string::npos);
 }
 
-TEST(MessageBox, DefaultWritesToStandardErrorAndChangesNothing)
+TEST(MessageBox, DefaultWritesToStandardErrorAndChangesNothingUntilTheHostSetsASink)
 {
   iMessageBox* box = OS()->messageBox();
   testing::internal::CaptureStderr();
-  const int ok = box->show(L"Disk full \u00e9", L"Korvane", iMessageBox::eOK);
-  const int no = box->show(L"Delete?", L"Korvane", iMessageBox::eYesNo);
-  const int cancel = box->show(L"Go on?", L"Korvane", iMessageBox::eOKCancel);
+  EXPECT_EQ(box->show(L"Disk full \u00e9", L"Korvane", iMessageBox::eOK), iMessageBox::eResultOK);
+  EXPECT_EQ(box->show(L"Delete?", L"Korvane", iMessageBox::eYesNo), iMessageBox::eResultNo);
+  EXPECT_EQ(box->show(L"Go on?", L"Korvane", iMessageBox::eOKCancel), iMessageBox::eResultCancel);
   const std::string err = testing::internal::GetCapturedStderr();
-  EXPECT_EQ(ok, iMessageBox::eResultOK);
-  EXPECT_EQ(no, iMessageBox::eResultNo);
-  EXPECT_EQ(cancel, iMessageBox::eResultCancel);
   EXPECT_NE(err.find("[Korvane] Disk full \xc3\xa9"), std::string::npos) << err;
-}
 
-TEST(MessageBox, HostSinkReceivesTheMessage)
-{
-  iMessageBox* box = OS()->messageBox();
   LightweightString<wchar_t> seen;
   box->setSink([&](const LightweightString<wchar_t>& text, const LightweightString<wchar_t>& title, int) {
     seen = title + L": " + text;

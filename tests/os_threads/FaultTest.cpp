@@ -53,34 +53,28 @@ using namespace zrtest;
 #define SKIP_UNDER_SANITIZER() (void)0
 #endif
 
-// What the last handler call saw, and on which thread.
+// What the handler calls saw: how many, the last report, and its thread.
 struct Seen
 {
-  std::mutex lock;
   int calls = 0;
   iThread::Exception report;
   unsigned int tid = 0;
 };
-Seen& seen()
-{
-  static Seen instance;
-  return instance;
-}
+std::mutex seenLock;
+Seen seenSoFar;
 
 void record(const iThread::Exception& report)
 {
-  std::lock_guard<std::mutex> hold(seen().lock);
-  ++seen().calls;
-  seen().report = report;
-  seen().tid = threads()->currentThreadId();
+  std::lock_guard<std::mutex> hold(seenLock);
+  ++seenSoFar.calls;
+  seenSoFar.report = report;
+  seenSoFar.tid = threads()->currentThreadId();
 }
 
-void forgetSeen()
+Seen seen()
 {
-  std::lock_guard<std::mutex> hold(seen().lock);
-  seen().calls = 0;
-  seen().report = iThread::Exception();
-  seen().tid = 0;
+  std::lock_guard<std::mutex> hold(seenLock);
+  return seenSoFar;
 }
 
 std::string stackText(const iThread::Exception& report)
@@ -90,7 +84,14 @@ std::string stackText(const iThread::Exception& report)
   return text;
 }
 
-Zr::Ptr<iThread> startGuarded(iThread::LaunchFn entry, void* arg, unsigned int stackSize = 0)
+std::string heading(const Seen& s)
+{
+  return s.report.stack.empty() ? "(no stack)" : s.report.stack[0].c_str();
+}
+
+// Runs entry(arg) on a thread with the recording handler: the faulty thread
+// must end with -1, its handler having run on it. Returns what the handler saw.
+Seen faultOnThread(iThread::LaunchFn entry, void* arg, unsigned int stackSize = 0)
 {
   iThread::Params params;
   params.launch = entry;
@@ -98,7 +99,16 @@ Zr::Ptr<iThread> startGuarded(iThread::LaunchFn entry, void* arg, unsigned int s
   params.name = "zr-faulty";
   params.handler = &record;
   params.stackSize = stackSize;
-  return threads()->createThread(params);
+  Zr::Ptr<iThread> thread = threads()->createThread(params);
+  EXPECT_EQ(exitCodeOf(thread), -1);
+  const Seen s = seen();
+  EXPECT_EQ(s.tid, thread ? thread->getId() : 0u) << "the handler runs on the faulty thread";
+  return s;
+}
+
+int protectedRun(iThread::LaunchFn entry, void* arg = nullptr)
+{
+  return threads()->protectedExecute(entry, arg, &record);
 }
 
 class TracedError : public std::runtime_error, public iTracedException
@@ -113,107 +123,67 @@ private:
   std::vector<LightweightString<char>> stack_{"#0 raiseIt()", "#1 caller()"};
 };
 
-iThread::eExecRC throwRuntimeError(void*)
-{
+const iThread::LaunchFn throwRuntimeError = [](void*) -> iThread::eExecRC {
   throw std::runtime_error("boom");
-}
-iThread::eExecRC throwTraced(void*)
-{
-  throw TracedError();
-}
-iThread::eExecRC throwInt(void*)
-{
-  throw 42;
-}
-iThread::eExecRC returnSeventeen(void*)
-{
-  return iThread::eExecRC(17);
-}
-iThread::eExecRC writeThroughNull(void*)
-{
-  return iThread::eExecRC(zrtestWriteThroughNull());
-}
-iThread::eExecRC divideByZero(void*)
-{
-  return iThread::eExecRC(zrtestDivideByZero());
-}
-iThread::eExecRC recurseForEver(void*)
-{
-  return iThread::eExecRC(zrtestRecurse(0));
-}
+};
+const iThread::LaunchFn throwTraced = [](void*) -> iThread::eExecRC { throw TracedError(); };
+const iThread::LaunchFn throwInt = [](void*) -> iThread::eExecRC { throw 42; };
+const iThread::LaunchFn returnSeventeen = [](void*) { return iThread::eExecRC(17); };
+const iThread::LaunchFn writeThroughNull = [](void*) { return iThread::eExecRC(zrtestWriteThroughNull()); };
+const iThread::LaunchFn divideByZero = [](void*) { return iThread::eExecRC(zrtestDivideByZero()); };
+const iThread::LaunchFn recurseForEver = [](void*) { return iThread::eExecRC(zrtestRecurse(0)); };
 
 class Fault : public ::testing::Test
 {
 protected:
-  void SetUp() override { forgetSeen(); }
+  void SetUp() override
+  {
+    std::lock_guard<std::mutex> hold(seenLock);
+    seenSoFar = Seen();
+  }
 };
 
 TEST_F(Fault, ExceptionOnAThreadReachesItsHandlerThere)
 {
   int marker = 0;
-  Zr::Ptr<iThread> thread = startGuarded(&throwRuntimeError, &marker);
-  ASSERT_TRUE(ended(thread));
-  EXPECT_EQ(thread->exitCode(), -1);
-
-  std::lock_guard<std::mutex> hold(seen().lock);
-  ASSERT_EQ(seen().calls, 1);
-  const iThread::Exception& report = seen().report;
-  EXPECT_EQ(report.entry, &throwRuntimeError);
-  EXPECT_EQ(report.arg, &marker);
-  EXPECT_EQ(report.signal, 0);
-  EXPECT_EQ(seen().tid, thread->getId());
-  ASSERT_GE(report.stack.size(), 2u) << "a heading and at least one frame";
-  EXPECT_STREQ(report.stack[0].c_str(), "C++ exception std::runtime_error: boom");
+  const Seen s = faultOnThread(throwRuntimeError, &marker);
+  ASSERT_EQ(s.calls, 1);
+  EXPECT_EQ(s.report.entry, throwRuntimeError);
+  EXPECT_EQ(s.report.arg, &marker);
+  EXPECT_EQ(s.report.signal, 0);
+  EXPECT_GE(s.report.stack.size(), 2u) << "a heading and at least one frame";
+  EXPECT_EQ(heading(s), "C++ exception std::runtime_error: boom");
 }
 
 TEST_F(Fault, TracedExceptionBringsTheStackOfItsThrowSite)
 {
-  Zr::Ptr<iThread> thread = startGuarded(&throwTraced, nullptr);
-  ASSERT_TRUE(ended(thread));
-  EXPECT_EQ(thread->exitCode(), -1);
-  std::lock_guard<std::mutex> hold(seen().lock);
-  ASSERT_EQ(seen().calls, 1);
-  EXPECT_EQ(stackText(seen().report),
+  const Seen s = faultOnThread(throwTraced, nullptr);
+  ASSERT_EQ(s.calls, 1);
+  EXPECT_EQ(stackText(s.report),
             "C++ exception (anonymous namespace)::TracedError: disk on fire\n#0 raiseIt()\n#1 caller()\n");
 }
 
-TEST_F(Fault, ExceptionOfAnyTypeIsNamedByItsType)
+TEST_F(Fault, ProtectedExecuteGivesTheResultOrMinusOneAfterAnExceptionOfAnyType)
 {
-  EXPECT_EQ(threads()->protectedExecute(&throwInt, nullptr, &record), -1);
-  std::lock_guard<std::mutex> hold(seen().lock);
-  ASSERT_EQ(seen().calls, 1);
-  ASSERT_FALSE(seen().report.stack.empty());
-  EXPECT_STREQ(seen().report.stack[0].c_str(), "C++ exception int");
-}
-
-TEST_F(Fault, ProtectedExecuteGivesTheResultOrMinusOneAfterAnException)
-{
-  EXPECT_EQ(threads()->protectedExecute(&returnSeventeen, nullptr, &record), 17);
+  EXPECT_EQ(protectedRun(returnSeventeen), 17);
+  EXPECT_EQ(seen().calls, 0);
   int marker = 0;
-  EXPECT_EQ(threads()->protectedExecute(&throwRuntimeError, &marker, &record), -1);
-  std::lock_guard<std::mutex> hold(seen().lock);
-  ASSERT_EQ(seen().calls, 1);
-  EXPECT_EQ(seen().report.entry, &throwRuntimeError);
-  EXPECT_EQ(seen().report.arg, &marker);
-  EXPECT_EQ(seen().tid, threads()->currentThreadId());
-}
-
-int outerCalls = 0;
-void countOuter(const iThread::Exception&)
-{
-  ++outerCalls;
-}
-iThread::eExecRC protectInside(void*)
-{
-  return iThread::eExecRC(100 + threads()->protectedExecute(&throwRuntimeError, nullptr, &record));
+  EXPECT_EQ(protectedRun(throwInt, &marker), -1);
+  const Seen s = seen();
+  ASSERT_EQ(s.calls, 1);
+  EXPECT_EQ(s.report.entry, throwInt);
+  EXPECT_EQ(s.report.arg, &marker);
+  EXPECT_EQ(s.tid, threads()->currentThreadId());
+  EXPECT_EQ(heading(s), "C++ exception int");
 }
 
 TEST_F(Fault, InnermostProtectedCallCatchesFirst)
 {
-  outerCalls = 0;
-  EXPECT_EQ(threads()->protectedExecute(&protectInside, nullptr, &countOuter), 99);
-  EXPECT_EQ(outerCalls, 0);
-  std::lock_guard<std::mutex> hold(seen().lock);
+  const iThread::LaunchFn protectInside = [](void*) {
+    return iThread::eExecRC(100 + protectedRun(throwRuntimeError));
+  };
+  const iThread::ExceptionHandler outer = [](const iThread::Exception&) { ADD_FAILURE() << "outer handler"; };
+  EXPECT_EQ(threads()->protectedExecute(protectInside, nullptr, outer), 99);
   EXPECT_EQ(seen().calls, 1);
 }
 
@@ -221,57 +191,39 @@ TEST_F(Fault, SegmentationFaultOnAThreadReachesItsHandlerFromTheFaultingFrame)
 {
   SKIP_UNDER_SANITIZER();
   int marker = 0;
-  Zr::Ptr<iThread> thread = startGuarded(&writeThroughNull, &marker);
-  ASSERT_TRUE(ended(thread));
-  EXPECT_EQ(thread->exitCode(), -1);
-
-  std::lock_guard<std::mutex> hold(seen().lock);
-  ASSERT_EQ(seen().calls, 1);
-  const iThread::Exception& report = seen().report;
-  EXPECT_EQ(report.entry, &writeThroughNull);
-  EXPECT_EQ(report.arg, &marker);
-  EXPECT_EQ(report.signal, SIGSEGV);
-  EXPECT_EQ(seen().tid, thread->getId());
-  ASSERT_GE(report.stack.size(), 2u);
-  EXPECT_STREQ(report.stack[0].c_str(), "signal 11 (SIGSEGV) at address 0x0");
-  EXPECT_NE(std::string(report.stack[1].c_str()).find("zrtestWriteThroughNull"), std::string::npos)
-      << stackText(report);
+  const Seen s = faultOnThread(writeThroughNull, &marker);
+  ASSERT_EQ(s.calls, 1);
+  EXPECT_EQ(s.report.entry, writeThroughNull);
+  EXPECT_EQ(s.report.arg, &marker);
+  EXPECT_EQ(s.report.signal, SIGSEGV);
+  ASSERT_GE(s.report.stack.size(), 2u);
+  EXPECT_EQ(heading(s), "signal 11 (SIGSEGV) at address 0x0");
+  EXPECT_NE(std::string(s.report.stack[1].c_str()).find("zrtestWriteThroughNull"), std::string::npos)
+      << stackText(s.report);
 }
 
-TEST_F(Fault, ProtectedExecuteSurvivesRepeatedSignals)
+TEST_F(Fault, ProtectedExecuteSurvivesRepeatedSignalsAndNamesEach)
 {
   SKIP_UNDER_SANITIZER();
   // A second fault must be caught too: the signal may not stay blocked
   // after the jump out of the first handler.
-  EXPECT_EQ(threads()->protectedExecute(&writeThroughNull, nullptr, &record), -1);
-  EXPECT_EQ(threads()->protectedExecute(&divideByZero, nullptr, &record), -1);
-  EXPECT_EQ(threads()->protectedExecute(&writeThroughNull, nullptr, &record), -1);
-  std::lock_guard<std::mutex> hold(seen().lock);
+  EXPECT_EQ(protectedRun(writeThroughNull), -1);
+  EXPECT_EQ(seen().report.signal, SIGSEGV);
+  EXPECT_EQ(protectedRun(divideByZero), -1);
+  EXPECT_EQ(seen().report.signal, SIGFPE);
+  EXPECT_EQ(heading(seen()).rfind("signal 8 (SIGFPE) at address 0x", 0), 0u) << heading(seen());
+  EXPECT_EQ(protectedRun(writeThroughNull), -1);
   EXPECT_EQ(seen().calls, 3);
   EXPECT_EQ(seen().report.signal, SIGSEGV);
-  EXPECT_EQ(threads()->protectedExecute(&returnSeventeen, nullptr, &record), 17);
-}
-
-TEST_F(Fault, IntegerDivisionByZeroIsReportedAsSigfpe)
-{
-  SKIP_UNDER_SANITIZER();
-  EXPECT_EQ(threads()->protectedExecute(&divideByZero, nullptr, &record), -1);
-  std::lock_guard<std::mutex> hold(seen().lock);
-  ASSERT_EQ(seen().calls, 1);
-  ASSERT_FALSE(seen().report.stack.empty());
-  EXPECT_EQ(std::string(seen().report.stack[0].c_str()).rfind("signal 8 (SIGFPE) at address 0x", 0), 0u);
-  EXPECT_EQ(seen().report.signal, SIGFPE);
+  EXPECT_EQ(protectedRun(returnSeventeen), 17);
 }
 
 TEST_F(Fault, StackOverflowOnAThreadIsReported)
 {
   SKIP_UNDER_SANITIZER();
-  Zr::Ptr<iThread> thread = startGuarded(&recurseForEver, nullptr, 256 * 1024);
-  ASSERT_TRUE(ended(thread));
-  EXPECT_EQ(thread->exitCode(), -1);
-  std::lock_guard<std::mutex> hold(seen().lock);
-  ASSERT_EQ(seen().calls, 1);
-  EXPECT_EQ(seen().report.signal, SIGSEGV);
+  const Seen s = faultOnThread(recurseForEver, nullptr, 256 * 1024);
+  ASSERT_EQ(s.calls, 1);
+  EXPECT_EQ(s.report.signal, SIGSEGV);
 }
 
 void noCoreFile()
@@ -286,15 +238,10 @@ TEST(FaultDeathTest, UnguardedFaultStillEndsTheProcessBySignal)
   EXPECT_EXIT(
       {
         noCoreFile();
-        threads()->protectedExecute(&returnSeventeen, nullptr, &record); // handlers now installed
+        protectedRun(returnSeventeen); // handlers now installed
         zrtestWriteThroughNull();
       },
       ::testing::KilledBySignal(SIGSEGV), "");
-}
-
-void exitThree(const iThread::Exception&)
-{
-  std::exit(3);
 }
 
 TEST(FaultDeathTest, HandlerMayExitTheProcessFromASignal)
@@ -304,8 +251,8 @@ TEST(FaultDeathTest, HandlerMayExitTheProcessFromASignal)
       {
         noCoreFile();
         iThread::Params params;
-        params.launch = &writeThroughNull;
-        params.handler = &exitThree;
+        params.launch = writeThroughNull;
+        params.handler = [](const iThread::Exception&) { std::exit(3); };
         Zr::Ptr<iThread> thread = threads()->createThread(params);
         thread->waitForEnd(iWaitable::kInfinite);
       },

@@ -11,27 +11,20 @@ namespace {
 
 using namespace zrtest;
 
-constexpr auto kTimeout = iWaitable::eWaitTimeout;
-constexpr auto kSuccess = iWaitable::eWaitSuccess;
-
 // Names unique to this test process, in the form the watchdog uses.
 std::string uniqueName(const char* what)
 {
   return std::string("SpawnWatchdogHeartbeatEvent {") + what + "-" + std::to_string(getpid()) + "}";
 }
 
-ZR_CHILD_ROLE(setNamedEvent)
+// args: ping, pong. Waits for ping, then sets pong.
+ZR_CHILD_ROLE(answerNamedEvent)
 {
-  Zr::Ptr<iThreadEvent> event = threads()->createEvent(false, false, args.at(0).c_str());
-  if (!event || !event->isNamed()) return 2;
-  return event->set() ? 0 : 3;
-}
-
-ZR_CHILD_ROLE(waitForNamedEvent)
-{
-  Zr::Ptr<iThreadEvent> event = threads()->createEvent(false, false, args.at(0).c_str());
-  if (!event) return 2;
-  return event->wait(kWillHappenMs) == iWaitable::eWaitSuccess ? 0 : 1;
+  Zr::Ptr<iThreadEvent> ping = threads()->createEvent(false, false, args.at(0).c_str());
+  Zr::Ptr<iThreadEvent> pong = threads()->createEvent(false, false, args.at(1).c_str());
+  if (!ping || !pong || !pong->isNamed()) return 2;
+  if (ping->wait(kWillHappenMs) != iWaitable::eWaitSuccess) return 1;
+  return pong->set() ? 0 : 3;
 }
 
 TEST(NamedEvent, SecondOpenSharesTheStateAndTheFirstMakersKind)
@@ -42,22 +35,18 @@ TEST(NamedEvent, SecondOpenSharesTheStateAndTheFirstMakersKind)
   EXPECT_TRUE(first->isNamed());
   Zr::Ptr<iThreadEvent> second = threads()->createEvent(false, true, name.c_str());
   ASSERT_TRUE(second);
-
   EXPECT_EQ(second->wait(0), kTimeout); // the first maker's state
   first->set();
   EXPECT_EQ(second->wait(kWillHappenMs), kSuccess);
   EXPECT_EQ(second->wait(0), kSuccess); // and its manual kind
   second->reset();
   EXPECT_EQ(first->wait(0), kTimeout);
-}
 
-TEST(NamedEvent, AutoResetNamedEventIsTakenOnce)
-{
-  const std::string name = uniqueName("auto");
-  Zr::Ptr<iThreadEvent> event = threads()->createEvent(false, true, name.c_str());
-  Zr::Ptr<iThreadEvent> other = threads()->createEvent(false, false, name.c_str());
+  const std::string autoName = uniqueName("auto");
+  Zr::Ptr<iThreadEvent> setAtFirst = threads()->createEvent(false, true, autoName.c_str());
+  Zr::Ptr<iThreadEvent> other = threads()->createEvent(true, false, autoName.c_str());
   EXPECT_EQ(other->wait(0), kSuccess);
-  EXPECT_EQ(event->wait(kWontHappenMs), kTimeout);
+  EXPECT_EQ(setAtFirst->wait(kWontHappenMs), kTimeout); // taken once
 }
 
 TEST(NamedEvent, DifferentNamesAreDifferentEventsEvenWhenLong)
@@ -85,27 +74,19 @@ TEST(NamedEvent, LastCloseForgetsTheEvent)
   EXPECT_EQ(fresh->wait(0), kTimeout);
 }
 
-TEST(NamedEvent, SetByAnotherProcessReleasesAWaiterHere)
+TEST(NamedEvent, SetInOneProcessReleasesAWaiterInAnother)
 {
-  const std::string name = uniqueName("child-sets");
-  Zr::Ptr<iThreadEvent> event = threads()->createEvent(false, false, name.c_str());
-  ASSERT_TRUE(event);
-  const int child = spawnChild("setNamedEvent", {name});
+  const std::string ping = uniqueName("ping"), pong = uniqueName("pong");
+  Zr::Ptr<iThreadEvent> toChild = threads()->createEvent(false, false, ping.c_str());
+  Zr::Ptr<iThreadEvent> fromChild = threads()->createEvent(false, false, pong.c_str());
+  ASSERT_TRUE(toChild && fromChild);
+  const int child = spawnChild("answerNamedEvent", {ping, pong});
   ASSERT_GT(child, 0);
-  EXPECT_EQ(event->wait(kWillHappenMs), kSuccess);
+  EXPECT_EQ(fromChild->wait(kWontHappenMs), kTimeout);
+  toChild->set();
+  EXPECT_EQ(fromChild->wait(kWillHappenMs), kSuccess);
   EXPECT_EQ(waitChild(child), 0);
-  EXPECT_EQ(event->wait(0), kTimeout);
-}
-
-TEST(NamedEvent, SetHereIsSeenByAnotherProcess)
-{
-  const std::string name = uniqueName("parent-sets");
-  Zr::Ptr<iThreadEvent> event = threads()->createEvent(false, false, name.c_str());
-  ASSERT_TRUE(event);
-  const int child = spawnChild("waitForNamedEvent", {name});
-  ASSERT_GT(child, 0);
-  event->set();
-  EXPECT_EQ(waitChild(child), 0);
+  EXPECT_EQ(fromChild->wait(0), kTimeout);
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 // the time limits every wait in these tests uses.
 #pragma once
 
+#include <climits>
 #include <functional>
 #include <memory>
 
@@ -14,6 +15,9 @@ constexpr unsigned int kWillHappenMs = 10000;
 // A wait for something that must not happen: short, and only ever used to
 // show the absence of an effect.
 constexpr unsigned int kWontHappenMs = 50;
+
+constexpr auto kTimeout = iWaitable::eWaitTimeout;
+constexpr auto kSuccess = iWaitable::eWaitSuccess;
 
 inline iThreadManager* threads()
 {
@@ -54,6 +58,12 @@ inline Zr::Ptr<iThreadEvent> manualEvent(bool set = false)
 inline bool ended(const Zr::Ptr<iThread>& thread)
 {
   return thread && thread->waitForEnd(kWillHappenMs) == iWaitable::eWaitSuccess;
+}
+
+// The exit code of a thread that ended within the generous limit; INT_MIN if it did not.
+inline int exitCodeOf(const Zr::Ptr<iThread>& thread)
+{
+  return ended(thread) ? thread->exitCode() : INT_MIN;
 }
 
 } // namespace zrtest

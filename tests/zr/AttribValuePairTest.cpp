@@ -7,7 +7,7 @@ namespace {
 using NString = LightweightString<char>;
 using WString = LightweightString<wchar_t>;
 
-TEST(AttribValuePair, SplitsAtTheFirstSeparatorAndTrimsBothParts)
+TEST(AttribValuePair, SplitsAtTheFirstOfAnySeparatorAndTrimsBothParts)
 {
   const Zr::AttribValuePair pair(NString(" \tname = some value \r"));
   EXPECT_TRUE(pair.valid());
@@ -17,6 +17,15 @@ TEST(AttribValuePair, SplitsAtTheFirstSeparatorAndTrimsBothParts)
   const Zr::AttribValuePair nested("a=b=c");
   EXPECT_EQ(nested.attrib(), "a");
   EXPECT_EQ(nested.value(), "b=c");
+
+  // Other separators, of any length.
+  const Zr::AttribValuePair colon("Commands: Play(3),Stop", ":");
+  EXPECT_EQ(colon.attrib(), "Commands");
+  EXPECT_EQ(colon.value(), "Play(3),Stop");
+  const Zr::AttribValuePair doubleColon("a:b::c::d", "::");
+  EXPECT_EQ(doubleColon.attrib(), "a:b");
+  EXPECT_EQ(doubleColon.value(), "c::d");
+  EXPECT_FALSE(Zr::AttribValuePair("a=b", "").valid()); // an empty separator is never found
 }
 
 TEST(AttribValuePair, NeedsTheSeparatorAndAnAttribute)
@@ -31,20 +40,6 @@ TEST(AttribValuePair, NeedsTheSeparatorAndAnAttribute)
   EXPECT_TRUE(emptyValue.valid());
   EXPECT_EQ(emptyValue.attrib(), "key");
   EXPECT_TRUE(emptyValue.value().empty());
-}
-
-TEST(AttribValuePair, TakesOtherSeparatorsOfAnyLength)
-{
-  const Zr::AttribValuePair colon("Commands: Play(3),Stop", ":");
-  EXPECT_EQ(colon.attrib(), "Commands");
-  EXPECT_EQ(colon.value(), "Play(3),Stop");
-
-  const Zr::AttribValuePair doubleColon("a:b::c::d", "::");
-  EXPECT_EQ(doubleColon.attrib(), "a:b");
-  EXPECT_EQ(doubleColon.value(), "c::d");
-
-  // An empty separator is never found.
-  EXPECT_FALSE(Zr::AttribValuePair("a=b", "").valid());
 }
 
 TEST(AttribValuePair, WhatTheWriterJoinsTheReaderSplitsBack)

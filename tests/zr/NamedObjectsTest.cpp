@@ -57,7 +57,7 @@ struct Outer
   Plain* inner = nullptr;
 };
 
-TEST(NamedObjects, SameNameGivesTheSameObject)
+TEST(NamedObjects, SameNameGivesTheSameObjectAndAFilledSlotIsKept)
 {
   Plain* first = nullptr;
   Plain* second = nullptr;
@@ -68,10 +68,7 @@ TEST(NamedObjects, SameNameGivesTheSameObject)
   EXPECT_EQ(first->value, 3);
   EXPECT_EQ(registry().find("test.same-name"), first);
   EXPECT_EQ(registry().find("test.never-made"), nullptr);
-}
 
-TEST(NamedObjects, FilledSlotIsReturnedAsItIs)
-{
   Plain mine;
   Plain* slot = &mine;
   EXPECT_EQ(Zr::NamedObjects::findOrCreate(&slot, "test.filled-slot"), &mine);

@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "libzr/Shutdown.h"
@@ -31,6 +32,13 @@ std::vector<std::string> takeLog()
   std::vector<std::string> log;
   log.swap(ranLog);
   return log;
+}
+
+// Runs the callbacks and returns what they noted.
+std::vector<std::string> runCallbacks(Shutdown::eExitType type = Shutdown::eNormal)
+{
+  Shutdown::executeCallbacks(type);
+  return takeLog();
 }
 
 template <int N> void noteCallback(Shutdown::eExitType type)
@@ -59,52 +67,37 @@ protected:
   }
 };
 
-TEST_F(ShutdownTest, RunsCallbacksInAscendingOrder)
+TEST_F(ShutdownTest, RunsCallbacksInAscendingOrderThenInRegistrationOrder)
 {
   Shutdown::addCallback(noteCallback<700>, 700);
-  Shutdown::addCallback(noteCallback<100>, 100);
+  Shutdown::addCallback(noteCallback<3>, 5);
   Shutdown::addCallback(noteCallback<99999>, 99999);
-  Shutdown::addCallback(noteCallback<451>, 451);
-  Shutdown::executeCallbacks(Shutdown::eCrash);
-  EXPECT_THAT(takeLog(), ElementsAre("100:1", "451:1", "700:1", "99999:1"));
+  Shutdown::addCallback(noteCallback<1>, 5);
+  Shutdown::addCallback(noteCallback<100>, 100);
+  Shutdown::addCallback(noteCallback<2>, 5);
+  EXPECT_THAT(runCallbacks(Shutdown::eCrash), ElementsAre("3:1", "1:1", "2:1", "100:1", "700:1", "99999:1"));
   EXPECT_EQ(Shutdown::pendingCallbacks(), 0u);
 }
 
-TEST_F(ShutdownTest, EqualOrdersRunInRegistrationOrder)
-{
-  Shutdown::addCallback(noteCallback<3>, 5);
-  Shutdown::addCallback(noteCallback<1>, 5);
-  Shutdown::addCallback(noteCallback<2>, 5);
-  Shutdown::executeCallbacks(Shutdown::eNormal);
-  EXPECT_THAT(takeLog(), ElementsAre("3:0", "1:0", "2:0"));
-}
-
-TEST_F(ShutdownTest, RemovedCallbackDoesNotRun)
+TEST_F(ShutdownTest, RemovedCallbackDoesNotRunAndOneAddedAgainMovesAndRunsOnce)
 {
   Shutdown::addCallback(noteCallback<1>, 1);
   Shutdown::addCallback(noteCallback<2>, 2);
   EXPECT_TRUE(Shutdown::removeCallback(noteCallback<1>));
   EXPECT_FALSE(Shutdown::removeCallback(noteCallback<1>));
   EXPECT_FALSE(Shutdown::removeCallback(noteCallback<3>));
-  Shutdown::executeCallbacks(Shutdown::eNormal);
-  EXPECT_THAT(takeLog(), ElementsAre("2:0"));
-}
+  EXPECT_THAT(runCallbacks(), ElementsAre("2:0"));
 
-TEST_F(ShutdownTest, AddingAgainMovesTheCallbackAndItRunsOnce)
-{
   Shutdown::addCallback(noteCallback<1>, 10);
   Shutdown::addCallback(noteCallback<2>, 20);
   Shutdown::addCallback(noteCallback<1>, 30);
-  Shutdown::executeCallbacks(Shutdown::eNormal);
-  EXPECT_THAT(takeLog(), ElementsAre("2:0", "1:0"));
-
+  EXPECT_THAT(runCallbacks(), ElementsAre("2:0", "1:0"));
   // Within one order, the one added again goes behind the others.
   Shutdown::addCallback(noteCallback<1>, 5);
   Shutdown::addCallback(noteCallback<2>, 5);
   Shutdown::addCallback(noteCallback<3>, 5);
   Shutdown::addCallback(noteCallback<1>, 5);
-  Shutdown::executeCallbacks(Shutdown::eNormal);
-  EXPECT_THAT(takeLog(), ElementsAre("2:0", "3:0", "1:0"));
+  EXPECT_THAT(runCallbacks(), ElementsAre("2:0", "3:0", "1:0"));
 }
 
 TEST_F(ShutdownTest, AfterAThrowTheNextCallGoesOnWithTheRest)
@@ -115,8 +108,7 @@ TEST_F(ShutdownTest, AfterAThrowTheNextCallGoesOnWithTheRest)
   EXPECT_THROW(Shutdown::executeCallbacks(Shutdown::eCrash), std::runtime_error);
   EXPECT_THAT(takeLog(), ElementsAre("1:1"));
   // The thrower is gone too: a retry neither repeats it nor repeats 1.
-  Shutdown::executeCallbacks(Shutdown::eCrash);
-  EXPECT_THAT(takeLog(), ElementsAre("3:1"));
+  EXPECT_THAT(runCallbacks(Shutdown::eCrash), ElementsAre("3:1"));
 }
 
 void addsOthers(Shutdown::eExitType)
@@ -137,8 +129,7 @@ TEST_F(ShutdownTest, CallbacksMayAddAndRemoveCallbacksDuringTheRun)
   Shutdown::addCallback(addsOthers, 50);
   Shutdown::addCallback(removesLater, 500);
   Shutdown::addCallback(noteCallback<600>, 600);
-  Shutdown::executeCallbacks(Shutdown::eNormal);
-  EXPECT_THAT(takeLog(), ElementsAre("adder", "1:0", "remover", "900:0"));
+  EXPECT_THAT(runCallbacks(), ElementsAre("adder", "1:0", "remover", "900:0"));
 }
 
 std::atomic<int> contextTotal{0};
@@ -165,17 +156,14 @@ template <int N> void countRun(Shutdown::eExitType)
 {
   ++concurrentRuns[N];
 }
+template <int... N> void addCountRuns(std::integer_sequence<int, N...>)
+{
+  (Shutdown::addCallback(countRun<N>, N + 1), ...);
+}
 
 TEST_F(ShutdownTest, ConcurrentRunsRunEachCallbackOnce)
 {
-  Shutdown::addCallback(countRun<0>, 1);
-  Shutdown::addCallback(countRun<1>, 2);
-  Shutdown::addCallback(countRun<2>, 3);
-  Shutdown::addCallback(countRun<3>, 4);
-  Shutdown::addCallback(countRun<4>, 5);
-  Shutdown::addCallback(countRun<5>, 6);
-  Shutdown::addCallback(countRun<6>, 7);
-  Shutdown::addCallback(countRun<7>, 8);
+  addCountRuns(std::make_integer_sequence<int, 8>());
   std::thread a([] { Shutdown::executeCallbacks(Shutdown::eNormal); });
   std::thread b([] { Shutdown::executeCallbacks(Shutdown::eNormal); });
   a.join();
