@@ -109,11 +109,7 @@ bool SettingsStore::readDisk(DiskState& state) const
   const bool ok = ::fstat(fd, &st) == 0 && readAll(fd, bytes);
   ::close(fd);
   if (!ok) return false;
-  state.stamp.exists = true;
-  state.stamp.device = st.st_dev;
-  state.stamp.inode = st.st_ino;
-  state.stamp.size = st.st_size;
-  state.stamp.modifiedNs = (long long)st.st_mtim.tv_sec * 1000000000ll + st.st_mtim.tv_nsec;
+  state.stamp = Stamp(st);
   state.token = token;
   RegistryFile::parse(bytes.data(), bytes.size(), state.contents, state.badLines);
   state.raw.clear();
@@ -202,13 +198,7 @@ bool SettingsStore::commit(Change&& change, bool* lastChanged)
   if (ok) {
     struct stat st;
     Stamp now;
-    if (::stat(path_.c_str(), &st) == 0) {
-      now.exists = true;
-      now.device = st.st_dev;
-      now.inode = st.st_ino;
-      now.size = st.st_size;
-      now.modifiedNs = (long long)st.st_mtim.tv_sec * 1000000000ll + st.st_mtim.tv_nsec;
-    }
+    if (::stat(path_.c_str(), &st) == 0) now = Stamp(st);
     if (!(now == stamp_) || readToken(lockFd) != token_) {
       DiskState state;
       ok = readDisk(state);
@@ -224,13 +214,7 @@ bool SettingsStore::commit(Change&& change, bool* lastChanged)
       garbledRaw_.clear();
       onDisk_ = contents_;
       struct stat st;
-      if (::stat(path_.c_str(), &st) == 0) {
-        stamp_.exists = true;
-        stamp_.device = st.st_dev;
-        stamp_.inode = st.st_ino;
-        stamp_.size = st.st_size;
-        stamp_.modifiedNs = (long long)st.st_mtim.tv_sec * 1000000000ll + st.st_mtim.tv_nsec;
-      }
+      if (::stat(path_.c_str(), &st) == 0) stamp_ = Stamp(st);
       token_ = newToken();
       if (::pwrite(lockFd, token_.data(), token_.size(), 0) != ssize_t(token_.size()) ||
           ::ftruncate(lockFd, off_t(token_.size())) != 0)

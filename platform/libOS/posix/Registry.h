@@ -2,6 +2,7 @@
 // other processes that use the same file.
 #pragma once
 
+#include <sys/stat.h>
 #include <sys/types.h>
 
 #include <mutex>
@@ -64,6 +65,12 @@ private:
     ino_t inode = 0;
     off_t size = 0;
     long long modifiedNs = 0;
+    Stamp() = default;
+    explicit Stamp(const struct stat& st)
+        : exists(true), device(st.st_dev), inode(st.st_ino), size(st.st_size),
+          modifiedNs((long long)st.st_mtim.tv_sec * 1000000000ll + st.st_mtim.tv_nsec)
+    {
+    }
     bool operator==(const Stamp& o) const
     {
       return exists == o.exists && device == o.device && inode == o.inode && size == o.size &&
