@@ -3,7 +3,7 @@
 # operation, ours, peer, ratio. Extra arguments go to the benchmark binary
 # (for example --benchmark_filter=UUID).
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
-zr_install_packages
+zr_install_packages "${ZR_BENCH_PACKAGES[@]}"
 zr_build "$ZR_ROOT/build-bench" -DCMAKE_BUILD_TYPE=Release -DZR_BENCH=ON -DZR_TESTS=OFF
 out="$ZR_ROOT/build-bench/bench.json"
 "$ZR_ROOT/build-bench/bench/zr_bench" --benchmark_format=json --benchmark_out="$out" \

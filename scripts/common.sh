@@ -13,10 +13,14 @@ ZR_PACKAGES=(
   clang-14 libclang-rt-14-dev
 )
 
+# Peers that only the benchmarks compare with.
+ZR_BENCH_PACKAGES=(qt6-base-dev)
+
+# zr_install_packages [extra packages...]
 zr_install_packages() {
   local missing=()
   local p
-  for p in "${ZR_PACKAGES[@]}"; do
+  for p in "${ZR_PACKAGES[@]}" "$@"; do
     dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
   done
   if [ ${#missing[@]} -eq 0 ]; then
