@@ -114,7 +114,8 @@ public:
   }
 
   // Compares raw texts: null equals empty, identical pointers are equal
-  // unread, null against non-empty is -1, otherwise strcmp's sign.
+  // unread, null against non-empty is -1, otherwise strcmp's result (wide
+  // texts compare their characters as unsigned values in the same way).
   static int compare(const T* a, const T* b)
   {
     if (a == b) return 0;
@@ -123,6 +124,7 @@ public:
     if (aEmpty && bEmpty) return 0;
     if (!a) return -1;
     if (!b) return 1;
+    if constexpr (std::is_same_v<T, char>) return std::strcmp(a, b);
     for (;; ++a, ++b) {
       if (*a != *b) return uless(*a, *b) ? -1 : 1;
       if (!*a) return 0;
@@ -261,7 +263,7 @@ public:
   unsigned int length() const noexcept { return size(); }
   unsigned int capacity() const noexcept { return impl_ ? impl_->capacity : 0; }
   bool empty() const noexcept { return size() == 0; }
-  bool isShared() const noexcept { return impl_ && impl_->count > 1; }
+  bool isShared() const noexcept { return impl_ && OSAtomics::load(&impl_->count) > 1; }
   const ImplPtr& impl() const noexcept { return impl_; }
 
   // Writable text for bulk writers that fill a string after resizeFor.
@@ -303,9 +305,11 @@ private:
   {
     return impl_ && text >= impl_->data && text < impl_->data + impl_->capacity;
   }
+  // The count is read atomically: another thread may be releasing its copy
+  // of this block at the same moment.
   bool canWriteInPlace(unsigned int newLength) const
   {
-    return impl_ && impl_->count == 1 && newLength < impl_->capacity;
+    return impl_ && OSAtomics::load(&impl_->count) == 1 && newLength < impl_->capacity;
   }
   void setLength(unsigned int n)
   {
@@ -314,7 +318,7 @@ private:
   }
   void makeUnique()
   {
-    if (!impl_ || impl_->count == 1) return;
+    if (!impl_ || OSAtomics::load(&impl_->count) == 1) return;
     ImplPtr fresh = createImpl(impl_->length, true);
     std::memcpy(fresh->data, impl_->data, impl_->length * sizeof(T));
     impl_ = std::move(fresh);
