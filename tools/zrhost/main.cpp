@@ -1,5 +1,6 @@
-// The reference host. Until the editor's start-up lands in the library, it
-// exercises the platform layer end to end and prints what it did.
+// The reference host: starts the library as the editor does (command line,
+// crash path, services, configuration, debug console), shows what each step
+// did, then exercises the platform layer end to end.
 #include <cstdio>
 #include <cstdlib>
 #include <vector>
@@ -120,6 +121,62 @@ void showStrings()
 
 void onShutdown(Shutdown::eExitType) { std::printf("shutdown callback ran\n"); }
 
+// Copies the debug console's non-blank rows to standard output.
+void printConsole(const char* prefix)
+{
+  Zr::Ptr<iStatusWindow> window = herc_window();
+  for (int y = 0; window && y < window->height(); ++y) {
+    const LightweightString<char> line = Zr::stripTrailingChars(narrow(window->getLine(y)), " ");
+    if (!line.empty()) std::printf("%s%s\n", prefix, line.c_str());
+  }
+}
+
+// The host's own options, as usage() and -help show them.
+const wchar_t kOptions[] = L"-quiet -run <name>";
+const wchar_t kPreamble[] = L"zrhost: the reference host of zrbase";
+
+void showStartup(StartEnv& env)
+{
+  section("start-up");
+  std::printf("except_init() = %d, service_init() = %d\n", except_init(), service_init());
+  std::printf("command line: %d plain argument(s), debug %s, verbose %s\n", env.nargs(),
+              env.debug() ? "on" : "off", env.verbose() ? "on" : "off");
+  const wchar_t* run = env.optionArg(L"-run");
+  std::printf("-run: %s\n", run ? narrow(run).c_str() : "(not given)");
+
+  // config.dat beside the program overrides the registry; config_init reads
+  // the one in the current folder or "\qor\dat\config.dat".
+  std::printf("config_init(config.dat) = %d (%s)\n", config_init(nullptr),
+              configb::pconf_ ? "read" : "no config.dat here or under \\qor\\dat");
+  std::printf("herc_width = %d, herc_height = %d, sysdat_path = %s\n", config_int("herc_width", 80),
+              config_int("herc_height", 25), config_string("sysdat_path", "C:\\ZRPROJ"));
+  const int runs = UserConfig().getValue("zrhost runs", 0, "Configuration") + 1;
+  UserConfig().setValue("zrhost runs", runs, "Configuration");
+  std::printf("UserConfig: run %d (\"zrhost runs\" in section Configuration)\n", runs);
+}
+
+void showCookies()
+{
+  section("cookies");
+  std::printf("video_black %s, audio_mix50 %s, invalid %s\n", video_black.asString().c_str(),
+              audio_mix50.asString(true).c_str(), invalid_cookie.asString().c_str());
+  const Cookie parsed("V00X0001", false);
+  std::printf("\"V00X0001\" reads as type %c, serial %u, machine %u\n", parsed.type(), parsed.serial(),
+              parsed.machine());
+  const Cookie longForm(CookieTypeE, Zr::UUID::generate(), 3);
+  std::printf("a long-form cookie: %s\n", longForm.asString(true).c_str());
+}
+
+void showConsole()
+{
+  section("debug console");
+  herc_init();
+  showDebugWindow(true);
+  LogBoth("LogBoth reaches standard output and the console\n");
+  herc_printf("herc_printf reaches the console only\n");
+  printConsole("console| ");
+}
+
 void showSystem()
 {
   section("system");
@@ -145,15 +202,41 @@ void showSystem()
 
 } // namespace
 
-int main()
+int main(int argc, char** argv)
 {
-  std::printf("zrhost: the platform layer of zrbase\n");
-  showLocations();
-  showFiles();
-  showRegistry();
-  showThreads();
-  showStrings();
-  showSystem();
+  // The library takes wide arguments.
+  std::vector<LightweightString<wchar_t>> words;
+  std::vector<wchar_t*> wideArgv;
+  for (int i = 0; i < argc; ++i) words.push_back(fromUTF8(LightweightString<char>(argv[i])));
+  for (auto& word : words) wideArgv.push_back(const_cast<wchar_t*>(word.c_str()));
+  wideArgv.push_back(nullptr);
+  StartEnv env(argc, wideArgv.data());
+  env.init();
+  const LightweightString<wchar_t> problem = env.usage(kOptions, 0, 0, kPreamble);
+  if (!problem.empty()) {
+    std::fprintf(stderr, "%s", narrow(problem).c_str());
+    return 2;
+  }
+  if (env.arg(L"-help")) {
+    herc_init();
+    showDebugWindow(true);
+    env.helpMessage(true);
+    printConsole("");
+    return 0;
+  }
+
+  std::printf("zrhost: the reference host of zrbase\n");
+  showStartup(env);
+  showCookies();
+  showConsole();
+  if (!env.arg(L"-quiet")) {
+    showLocations();
+    showFiles();
+    showRegistry();
+    showThreads();
+    showStrings();
+    showSystem();
+  }
   section("shutdown");
   Shutdown::addCallback(onShutdown, 700);
   Shutdown::executeCallbacks(Shutdown::eExitType(0));
