@@ -92,7 +92,7 @@ public:
   // Reads either text form; a bad text leaves the invalid cookie. Never throws.
   void initFromString(const char* text, bool withSubType);
 
-  // "V0010001"-style short text, "V00-XXXXXXXX-..." long text, or "INVALID".
+  // "V0010001"-style short text, "E03-7D26D411-99DB-4938-A59E-8FEC159D9819"-style long text, or "INVALID".
   // The sub-type is written only when asked for, or for type S. A short
   // cookie whose machine number has no code ends the program by qor_splat.
   LightweightString<char> asString(bool withSubType = false) const;

@@ -11,21 +11,6 @@ std::atomic<size_t> lastSize{0};
 std::atomic<const void*> watched{nullptr};
 std::atomic<bool> watchedGone{false};
 
-void* allocate(size_t bytes)
-{
-  void* block = std::malloc(bytes ? bytes : 1);
-  if (!block) throw std::bad_alloc();
-  calls.fetch_add(1);
-  lastSize.store(bytes);
-  return block;
-}
-
-void release(void* block) noexcept
-{
-  if (block && block == watched.load()) watchedGone.store(true);
-  std::free(block);
-}
-
 } // namespace
 
 namespace coretest {
@@ -50,27 +35,22 @@ bool deletedWatched()
 
 } // namespace coretest
 
+// The array forms forward to these; the sized delete is replaced too because a
+// sanitizer's own one would not see the block as its own.
 void* operator new(size_t bytes)
 {
-  return allocate(bytes);
-}
-void* operator new[](size_t bytes)
-{
-  return allocate(bytes);
+  void* block = std::malloc(bytes ? bytes : 1);
+  if (!block) throw std::bad_alloc();
+  calls.fetch_add(1);
+  lastSize.store(bytes);
+  return block;
 }
 void operator delete(void* block) noexcept
 {
-  release(block);
-}
-void operator delete[](void* block) noexcept
-{
-  release(block);
+  if (block && block == watched.load()) watchedGone.store(true);
+  std::free(block);
 }
 void operator delete(void* block, size_t) noexcept
 {
-  release(block);
-}
-void operator delete[](void* block, size_t) noexcept
-{
-  release(block);
+  ::operator delete(block);
 }

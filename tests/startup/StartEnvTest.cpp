@@ -36,7 +36,7 @@ std::wstring orNull(const wchar_t* s)
   return s ? std::wstring(s) : std::wstring(L"<null>");
 }
 
-TEST(StartEnvTest, BuiltInFlagsFollowTheCommandLine)
+TEST(StartEnvTest, InitSetsTheBuiltInFlagsFromTheLineAndForgetsEarlierState)
 {
   struct Case
   {
@@ -55,21 +55,16 @@ TEST(StartEnvTest, BuiltInFlagsFollowTheCommandLine)
   for (const Case& c : cases) {
     CommandLine line(c.words);
     StartEnv env(line.argc(), line.argv());
+    env.debugMode(true);
+    env.verboseMode(true);
+    env.usage(L"-o <file>", 0, -1, L"Tool");
     env.init();
     EXPECT_EQ(env.debug(), c.debug) << line.argc();
     EXPECT_EQ(env.verbose(), c.verbose) << line.argc();
+    EXPECT_EQ(env.optionText(), nullptr);
+    EXPECT_EQ(env.preamble(), nullptr);
+    EXPECT_TRUE(env.usageMsg().empty());
   }
-}
-
-TEST(StartEnvTest, InitResetsFlagsThatTheLineDoesNotSet)
-{
-  CommandLine line{L"prog"};
-  StartEnv env(line.argc(), line.argv());
-  env.debugMode(true);
-  env.verboseMode(true);
-  env.init();
-  EXPECT_FALSE(env.debug());
-  EXPECT_FALSE(env.verbose());
 }
 
 TEST(StartEnvTest, InitMakesTheProgramEnvironmentAndOnlyItsOwnDestructorClearsIt)
@@ -88,17 +83,6 @@ TEST(StartEnvTest, InitMakesTheProgramEnvironmentAndOnlyItsOwnDestructorClearsIt
     EXPECT_EQ(StartEnv::programEnv(), &inner);
   }
   EXPECT_EQ(StartEnv::programEnv(), nullptr);
-}
-
-TEST(StartEnvTest, InitForgetsTheHostTextsOfAnEarlierUsage)
-{
-  CommandLine line{L"prog"};
-  StartEnv env(line.argc(), line.argv());
-  env.usage(L"-o <file>", 0, -1, L"Tool");
-  env.init();
-  EXPECT_EQ(env.optionText(), nullptr);
-  EXPECT_EQ(env.preamble(), nullptr);
-  EXPECT_TRUE(env.usageMsg().empty());
 }
 
 TEST(StartEnvTest, ArgByNameFindsExactWordsAfterTheProgramName)
@@ -134,43 +118,31 @@ TEST(StartEnvTest, PlainArgumentsSkipOptions)
 
 TEST(StartEnvTest, HostOptionTextDecidesWhichOptionsTakeAValue)
 {
-  CommandLine line{L"prog", L"-o", L"out.txt", L"-q", L"in.txt"};
+  CommandLine line{L"prog", L"a", L"-o", L"out.txt", L"-q", L"in.txt"};
   StartEnv undescribed(line.argc(), line.argv());
   // Before the host has described its options, the value is a plain word.
-  EXPECT_EQ(undescribed.nargs(), 2);
+  EXPECT_EQ(undescribed.nargs(), 3);
 
   StartEnv env(line.argc(), line.argv());
-  EXPECT_TRUE(env.usage(L"-o <file> -q", 1, 1, nullptr).empty());
-  EXPECT_EQ(env.nargs(), 1);
-  EXPECT_EQ(orNull(env.arg(1u)), L"in.txt");
+  EXPECT_TRUE(env.usage(L"-o <file> -q", 2, 2, nullptr).empty());
+  // A walk that stopped on an option does not spoil the next one.
   EXPECT_EQ(orNull(env.optionArg(L"-o")), L"out.txt");
-  EXPECT_EQ(env.optionArg(L"-q"), nullptr); // followed by "-": no value
+  EXPECT_EQ(env.nargs(), 2);
+  EXPECT_EQ(orNull(env.arg(1u)), L"a");
+  EXPECT_EQ(orNull(env.arg(2u)), L"in.txt");
+  EXPECT_EQ(env.optionArg(L"-q"), nullptr); // followed by a plain word, but takes no value
   EXPECT_EQ(env.optionArg(L"-z"), nullptr);
-}
 
-TEST(StartEnvTest, OptionValueIsNeitherAnotherOptionNorPastTheEnd)
-{
+  // A value is neither another option nor past the end.
   CommandLine dashed{L"prog", L"-o", L"-q"};
   StartEnv a(dashed.argc(), dashed.argv());
   a.usage(L"-o <file> -q", 0, -1, nullptr);
   EXPECT_EQ(a.optionArg(L"-o"), nullptr);
-
   CommandLine last{L"prog", L"-o"};
   StartEnv b(last.argc(), last.argv());
   b.usage(L"-o <file>", 0, -1, nullptr);
   EXPECT_EQ(b.optionArg(L"-o"), nullptr);
   EXPECT_EQ(b.nargs(), 0);
-}
-
-TEST(StartEnvTest, AWalkThatStoppedOnAnOptionDoesNotSpoilTheNext)
-{
-  CommandLine line{L"prog", L"a", L"-o", L"v", L"b"};
-  StartEnv env(line.argc(), line.argv());
-  env.usage(L"-o <file>", 0, -1, nullptr);
-  EXPECT_EQ(orNull(env.optionArg(L"-o")), L"v");
-  EXPECT_EQ(env.nargs(), 2);
-  EXPECT_EQ(orNull(env.arg(1u)), L"a");
-  EXPECT_EQ(orNull(env.arg(2u)), L"b");
 }
 
 TEST(StartEnvTest, UsageReportsTheFirstProblemThenTheUsageLine)
