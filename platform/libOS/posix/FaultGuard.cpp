@@ -122,7 +122,14 @@ void passOn(int signal, siginfo_t* info, void* context)
 {
   int slot = 0;
   while (kFatalSignals[slot] != signal) ++slot;
-  const struct sigaction& previous = previousActions[slot];
+  const struct sigaction previous = previousActions[slot];
+  if (previous.sa_flags & SA_RESETHAND) {
+    // The kernel would have reset a one-shot handler on entry; without that,
+    // a handler that returns to re-run the fault would come back here for ever.
+    std::memset(&previousActions[slot], 0, sizeof previousActions[slot]);
+    previousActions[slot].sa_handler = SIG_DFL;
+    sigaction(signal, &previousActions[slot], nullptr);
+  }
   if ((previous.sa_flags & SA_SIGINFO) && previous.sa_sigaction) {
     previous.sa_sigaction(signal, info, context);
     return;
