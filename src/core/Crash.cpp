@@ -6,8 +6,10 @@
 #include <ctime>
 
 #include "core/Service.h"
+#include "deferred/SystemWatchdog.h"
 #include "libOS/OS.h"
 #include "libzr/Shutdown.h"
+#include "libzr/Strings.h"
 #include "logging/DebugConsole.h"
 #include "settings/RegistryConfig.h"
 
@@ -121,6 +123,13 @@ void logStacktrace(const char* title)
   Log("---- %s -------\n", title ? title : "");
   for (const LightweightString<char>& frame : frames) Log("%s\n", frame.c_str());
   Log("-----------------------\n");
+}
+
+void showError(const char* text, bool showDialog)
+{
+  SystemWatchdog::beginLifeSupport();
+  if (showDialog) OS()->messageBox()->show(Zr::WStringFromAscii(text ? text : ""), L"Korvane");
+  SystemWatchdog::endLifeSupport();
 }
 
 void postExceptionShutdown()

@@ -32,6 +32,10 @@ void qa_splat(const char* message, int n);
 // Logs "---- <title> -------", one line per frame, and a closing rule.
 void logStacktrace(const char* title);
 
+// Shows text in a message box titled "Korvane" when showDialog is true, with
+// the watchdog's life support held so that a waiting dialog is not a hang.
+void showError(const char* text, bool showDialog);
+
 // After an unhandled exception: sets the crash flag, runs the shutdown
 // callbacks as a crash, and exits with 1. A nested call returns at once.
 void postExceptionShutdown();
@@ -46,7 +50,6 @@ void pollForSplatInMainThreadContext();
 void crash();
 void dbgDumpCurrentMemoryAllocs();
 
-// How many threads are handling an exception now; the thread layer raises
-// and lowers it around its exception handler, and qor_splat stays out of
-// the way while it is above 0.
+// How many exceptions the thread layer's handler has taken in; it only ever
+// rises, so that once a crash is being handled qor_splat stays out of the way.
 int& exceptionInProgress();
