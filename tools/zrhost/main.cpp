@@ -150,6 +150,8 @@ void showStartup(StartEnv& env)
               configb::pconf_ ? "read" : "no config.dat here or under \\qor\\dat");
   std::printf("herc_width = %d, herc_height = %d, sysdat_path = %s\n", config_int("herc_width", 80),
               config_int("herc_height", 25), config_string("sysdat_path", "C:\\ZRPROJ"));
+  co_init();
+  std::printf("co_init(): this thread is process %u\n", co_pid());
   const int runs = UserConfig().getValue("zrhost runs", 0, "Configuration") + 1;
   UserConfig().setValue("zrhost runs", runs, "Configuration");
   std::printf("UserConfig: run %d (\"zrhost runs\" in section Configuration)\n", runs);
