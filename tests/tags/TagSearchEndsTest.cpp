@@ -63,24 +63,23 @@ TEST(TagSearchEnds, EveryDocumentedSafeOperationReturnsOnIdsWithoutSeparator)
 // search that does not match at position 0 never ends.
 TEST(TagSearchEnds, SearchOnIdWithoutSeparatorNeverEnds)
 {
-  EXPECT_EXIT(
-      {
-        alarm(1);
-        const TagTypeId id("Taggable");
-        TagTypeTokenItor it(id);
-        (void)it.findNextMatch("", eTagTokenDot);
-        std::exit(0);
-      },
-      testing::KilledBySignal(SIGALRM), "");
-  EXPECT_EXIT(
-      {
-        alarm(1);
-        const TagTypeId id("Taggable");
-        TagTypeTokenItor it(id);
-        (void)it.findNextMatch("aggable", eTagTokenAny);
-        std::exit(0);
-      },
-      testing::KilledBySignal(SIGALRM), "");
+  const struct
+  {
+    const char* token;
+    decltype(eTagTokenDot) kind;
+  } searches[] = {{"", eTagTokenDot}, {"aggable", eTagTokenAny}};
+  for (const auto& search : searches) {
+    EXPECT_EXIT(
+        {
+          alarm(1);
+          const TagTypeId id("Taggable");
+          TagTypeTokenItor it(id);
+          (void)it.findNextMatch(search.token, search.kind);
+          std::exit(0);
+        },
+        testing::KilledBySignal(SIGALRM), "")
+        << search.token;
+  }
 }
 
 TEST(TagSearchEnds, BackslashAppendOnIdWithoutSeparatorNeverEnds)

@@ -77,27 +77,28 @@ TEST(TagTypeId, BackslashMayFollowOnlyTheLastDotToken)
   // Now ".A" is no longer last, so it refuses the next one.
   EXPECT_FALSE(lastDot.appendTypeToken("Y", eTagTokenBackslash));
   EXPECT_EQ(text(lastDot), ".A\\X");
-
-  TagTypeId twoDots(".A.B");
-  EXPECT_FALSE(twoDots.appendTypeToken("X", eTagTokenBackslash));
-  EXPECT_EQ(text(twoDots), ".A.B");
-
-  TagTypeId backslashes("\\A\\B");
-  EXPECT_TRUE(backslashes.appendTypeToken("C", eTagTokenBackslash));
-  EXPECT_EQ(text(backslashes), "\\A\\B\\C");
 }
 
-TEST(TagTypeId, BackslashOnClassPathsDependsOnTheirLength)
+TEST(TagTypeId, BackslashAppendDependsOnWhatTheIdHolds)
 {
   // The first segment of a class path is no token to the search, and the
   // last one is never examined, so a two-segment path takes a backslash.
-  TagTypeId twoSegments("Taggable.Clip");
-  EXPECT_TRUE(twoSegments.appendTypeToken("X", eTagTokenBackslash));
-  EXPECT_EQ(text(twoSegments), "Taggable.Clip\\X");
-
-  TagTypeId threeSegments("Taggable.Clip.Still");
-  EXPECT_FALSE(threeSegments.appendTypeToken("X", eTagTokenBackslash));
-  EXPECT_EQ(text(threeSegments), "Taggable.Clip.Still");
+  const struct
+  {
+    const char* id;
+    bool accepted;
+    const char* after;
+  } cases[] = {
+      {".A.B", false, ".A.B"},
+      {"\\A\\B", true, "\\A\\B\\C"},
+      {"Taggable.Clip", true, "Taggable.Clip\\C"},
+      {"Taggable.Clip.Still", false, "Taggable.Clip.Still"},
+  };
+  for (const auto& c : cases) {
+    TagTypeId id(c.id);
+    EXPECT_EQ(id.appendTypeToken("C", eTagTokenBackslash), c.accepted) << c.id;
+    EXPECT_EQ(text(id), c.after) << c.id;
+  }
 }
 
 TEST(TagTypeId, DotTokensAppendToIdsWithoutSeparator)
