@@ -36,6 +36,7 @@
 #include "tags/TagTypeId.h"
 #include "tags/TagTypeTokenItor.h"
 #include "text/Base64.h"
+#include "text/GrowString.h"
 #include "threads/BasicThread.h"
 #include "threads/Coprocess.h"
 #include "threads/Lock.h"
