@@ -71,7 +71,10 @@ for stage in $ZR_STAGES; do
         mkdir -p "$work"
         if [ -d "$ZR_ROOT/fuzz/corpus/$name" ]; then cp -r "$ZR_ROOT/fuzz/corpus/$name/." "$work/"; fi
         log="$ZR_ROOT/build-fuzz/$name.log"
-        if "$fuzzer" -max_total_time="$ZR_FUZZ_SECONDS" -print_final_stats=1 "$work" >"$log" 2>&1; then
+        # fuzz/<name>.options holds a fuzzer's own flags, such as a larger -max_len.
+        extra=()
+        if [ -f "$ZR_ROOT/fuzz/$name.options" ]; then read -r -a extra <"$ZR_ROOT/fuzz/$name.options"; fi
+        if "$fuzzer" -max_total_time="$ZR_FUZZ_SECONDS" -print_final_stats=1 "${extra[@]}" "$work" >"$log" 2>&1; then
           runs=$(grep -E 'stat::number_of_executed_units' "$log" | awk '{print $2}')
           echo "fuzz $name: ok, ${runs:-?} executions"
           passed=$(( passed + 1 ))
