@@ -19,7 +19,9 @@ struct Folder
 {
   Folder()
   {
-    char name[] = "/tmp/bench_files_XXXXXX";
+    // mkdtemp replaces the six trailing X characters.
+    std::string pattern = "/tmp/bench_files_" + std::string(6, 'X');
+    char* name = pattern.data();
     if (!mkdtemp(name)) abort();
     path = std::string(name) + "/";
   }

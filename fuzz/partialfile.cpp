@@ -30,7 +30,9 @@ public:
 const std::string& folder()
 {
   static const std::string made = [] {
-    char name[] = "/tmp/fuzz_partialfile_XXXXXX";
+    // mkdtemp replaces the six trailing X characters.
+    std::string pattern = "/tmp/fuzz_partialfile_" + std::string(6, 'X');
+    char* name = pattern.data();
     if (!mkdtemp(name)) abort();
     return std::string(name) + "/";
   }();
