@@ -55,6 +55,13 @@ inline unsigned int load(const unsigned int* word) noexcept
   return std::atomic_ref<unsigned int>(*const_cast<unsigned int*>(word)).load();
 }
 
+// Reads a pointer-wide word with the same ordering as the writes above; the
+// reader of a lock-free link sees what the writer stored before its swap.
+inline void* loadPointer(void* const* word) noexcept
+{
+  return std::atomic_ref<void*>(*const_cast<void**>(word)).load();
+}
+
 // Reference-count names used by the counted handles.
 inline unsigned int incRef(unsigned int* counter) noexcept { return increment(counter); }
 inline unsigned int decRef(unsigned int* counter) noexcept { return decrement(counter); }

@@ -68,7 +68,11 @@ template <class T> struct SLNodeAccessor
 
 // A free list of T. Both operations are lock-free: a thread retries only when
 // another has changed head meanwhile. Thread-safe, with the ABA hazard above.
-template <class T> class Stack
+//
+// The stack sits alone on its cache line, so that threads that pop and push
+// do not also fight over whatever the heap put beside it; the fields keep
+// their places, so every module's copy of this code reads them alike.
+template <class T> class alignas(64) Stack
 {
 public:
   // Takes the top object, or gives null when the list is empty.
@@ -109,7 +113,7 @@ private:
   // them.
   T* loadHead() const noexcept
   {
-    return std::atomic_ref<T*>(const_cast<T*&>(head_)).load(std::memory_order_acquire);
+    return static_cast<T*>(OSAtomics::loadPointer(reinterpret_cast<void* const*>(&head_)));
   }
   static T* loadLink(T* node) noexcept
   {

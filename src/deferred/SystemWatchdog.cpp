@@ -88,7 +88,10 @@ SystemWatchdogInternal& SystemWatchdogInternal::instance()
 
 void SystemWatchdog::heartbeat()
 {
-  static const Zr::Ptr<iThreadEvent> event = OS()->threadMgr()->createEvent(true, true, kHeartbeatEventName);
+  // Never destroyed: the life-support thread may still beat while the
+  // process runs its exit-time destructors.
+  static const Zr::Ptr<iThreadEvent>& event =
+    *new Zr::Ptr<iThreadEvent>(OS()->threadMgr()->createEvent(true, true, kHeartbeatEventName));
   if (event) event->set();
   OS()->keepAlive();
   beats.fetch_add(1);
