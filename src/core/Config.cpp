@@ -5,6 +5,7 @@
 
 #include "core/configb.h"
 #include "identity/Cookie.h"
+#include "identity/IdStamp.h"
 #include "libzr/Strings.h"
 #include "logging/DebugConsole.h"
 #include "settings/RegistryConfig.h"
@@ -110,6 +111,11 @@ bool config_Bool(const char* name, bool dflt)
 }
 
 Cookie config_cookie(const char* name, const Cookie& dflt)
+{
+  return GlobalConfig().getValue(LightweightString<char>(name), dflt, topLevel());
+}
+
+IdStamp config_IdStamp(const char* name, const IdStamp& dflt)
 {
   return GlobalConfig().getValue(LightweightString<char>(name), dflt, topLevel());
 }

@@ -5,6 +5,7 @@
 #pragma once
 
 class Cookie;
+class IdStamp;
 
 // Reads the process's config.dat (or `name`) into configb::pconf_, with the
 // fallback "\qor\dat\config.dat". 0 on success; non-zero when neither file
@@ -25,3 +26,4 @@ long config_long(const char* name, long dflt);
 double config_double(const char* name, double dflt);
 bool config_Bool(const char* name, bool dflt);
 Cookie config_cookie(const char* name, const Cookie& dflt);
+IdStamp config_IdStamp(const char* name, const IdStamp& dflt);

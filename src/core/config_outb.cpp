@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "identity/Cookie.h"
+#include "identity/IdStamp.h"
 
 int config_outb::depth_ = 0;
 
@@ -69,6 +70,11 @@ void config_outb::out(const char* name, double value)
 void config_outb::out(const char* name, const Cookie& value)
 {
   line(name, value.asString(false).c_str());
+}
+
+void config_outb::out(const char* name, const IdStamp& value)
+{
+  line(name, value.asString().c_str());
 }
 
 void config_outb::out(const char* name, const bool& value)

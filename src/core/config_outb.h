@@ -6,6 +6,7 @@
 #include <fstream>
 
 class Cookie;
+class IdStamp;
 
 class config_outb
 {
@@ -26,6 +27,8 @@ public:
   void out(const char* name, double value);
   // The default text form of the cookie.
   void out(const char* name, const Cookie& value);
+  // The stamp's text form.
+  void out(const char* name, const IdStamp& value);
   // "true" or "false".
   void out(const char* name, const bool& value);
 

@@ -11,10 +11,13 @@
 
 #include "core/Assert.h"
 #include "core/Dirtiable.h"
+#include "files/TextFile.h"
 #include "identity/Cookie.h"
+#include "identity/IdStamp.h"
 #include "libOS/OS.h"
 #include "libzr/Strings.h"
 #include "logging/DebugConsole.h"
+#include "streaming/PStream.h"
 
 int configb::debug = 0;
 configb* configb::pconf_ = nullptr;
@@ -162,6 +165,13 @@ configb::configb(std::ifstream* in, const char* name, const char* endString)
   set_dirty(false);
 }
 
+configb::configb(PStream& stream) : endStr_("}")
+{
+  unsigned char version = 0;
+  stream >> version;
+  unpack(stream, version);
+}
+
 configb::configb(const configb& other)
     : Zr::InternalRefCount(), iObject(other), endStr_(other.endStr_), configName_(other.configName_),
       dirty_(other.dirty_), entries_(other.entries_)
@@ -287,6 +297,14 @@ int configb::in(const char* name, Cookie& out) const
   return 0;
 }
 
+int configb::in(const char* name, IdStamp& out) const
+{
+  auto it = find_var(name);
+  if (it == entries_.end()) return -1;
+  out = IdStamp(it->second.value_.c_str());
+  return 0;
+}
+
 int configb::in(const char* name, ConfigEntryT& out) const
 {
   auto it = find_var(name);
@@ -368,6 +386,34 @@ void configb::set(const char* name, bool value)
 void configb::set(const char* name, const Cookie& value)
 {
   set(name, value.asString(false).c_str(), "cookie");
+}
+
+void configb::set(const char* name, const IdStamp& value)
+{
+  set(name, value.asString().c_str(), "IdStamp");
+}
+
+void configb::pack(PStream& stream) const
+{
+  stream << std::uint32_t(entries_.size());
+  for (const auto& [name, entry] : entries_) stream << name << entry.value_ << entry.type_;
+}
+
+void configb::unpack(PStream& stream, unsigned char version)
+{
+  (void)version;
+  init();
+  std::uint32_t count = 0;
+  stream >> count;
+  LightweightString<char> name, value, type;
+  // A damaged count cannot run on for long: the first read past the end
+  // flags the stream and the loop stops.
+  for (std::uint32_t i = 0; i < count && !stream.hasError(); ++i) {
+    stream >> name >> value >> type;
+    if (stream.hasError()) break;
+    set(name.c_str(), value.c_str(), type.empty() ? nullptr : type.c_str());
+  }
+  set_dirty(false);
 }
 
 int configb::read_from_file(std::ifstream* in)
@@ -499,6 +545,42 @@ bool configb::fromString(const LightweightString<char>& text)
     parseLine(line.data());
   }
   return true;
+}
+
+bool configb::buildFrom(const TextFile& file, unsigned int& index)
+{
+  if (index >= file.size() || !(file[index] == "{")) return false;
+  unsigned int i = index + 1;
+  for (; i < file.size(); ++i) {
+    const LightweightString<char> line = file[i];
+    if (line == endStr_) break;
+    std::string copy(line.c_str(), line.size());
+    parseLine(copy.data());
+  }
+  // Past the end line, or one past the last line when there was none.
+  index = i + 1;
+  return true;
+}
+
+bool configb::buildFrom(const TextFile& file)
+{
+  unsigned int index = 0;
+  return buildFrom(file, index);
+}
+
+void configb::writeTo(TextFile& file, unsigned short indent) const
+{
+  const std::string margin(indent, ' ');
+  const auto line = [&](const std::string& text) {
+    file.appendLine(LightweightString<char>(text.c_str(), unsigned(text.size())));
+  };
+  line(margin + "{");
+  for (const auto& [name, entry] : entries_) {
+    std::string text = margin + "  ";
+    appendEntry(text, name, entry);
+    line(text);
+  }
+  line(margin + std::string(endStr_.c_str(), endStr_.size()));
 }
 
 LightweightString<char> configb::asString() const

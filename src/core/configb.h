@@ -14,6 +14,9 @@
 
 class Cookie;
 class Dirtiable;
+class IdStamp;
+class PStream;
+class TextFile;
 
 // One setting: its type word (possibly empty, at most 20 characters by rule)
 // and its value text. Copies share both strings.
@@ -49,6 +52,8 @@ public:
   // (which names the block), up to endString. The stream stays open unless a
   // read fails.
   configb(std::ifstream* in, const char* name, const char* endString);
+  // Reads a version byte, then the packed block, as unpack() does.
+  explicit configb(PStream& stream);
   // Copies everything but the open input and the owner.
   configb(const configb& other);
   // Copies the name, the end string and the entries; the input becomes null
@@ -83,6 +88,8 @@ public:
   int in(const char* name, bool& out) const;
   // Bad text gives the invalid cookie.
   int in(const char* name, Cookie& out) const;
+  // Bad text gives what the IdStamp text reader makes of it.
+  int in(const char* name, IdStamp& out) const;
   int in(const char* name, ConfigEntryT& out) const;
   // The value text, "" when absent or name is null.
   LightweightString<char> in(const char* name) const;
@@ -106,6 +113,8 @@ public:
   void set(const char* name, double value);
   void set(const char* name, bool value);
   void set(const char* name, const Cookie& value);
+  // The stamp's text form, type "IdStamp".
+  void set(const char* name, const IdStamp& value);
 
   // Reads "{", entries and the end line from an open stream, leaving the
   // block clean. 0 when the end line was met; 1 for a null or failed stream,
@@ -127,11 +136,29 @@ public:
   // "{\n", "  name[:type][ value]\n" per entry, then the end string.
   LightweightString<char> asString() const;
 
+  // Parses a block from the lines of a text file, starting at `index`, which
+  // must hold exactly "{"; false, with index unchanged, otherwise. Stops at
+  // a line equal to the end string; index is then the line after it, or
+  // the line count plus one when no end line came.
+  bool buildFrom(const TextFile& file, unsigned int& index);
+  bool buildFrom(const TextFile& file);
+  // Appends the block as lines: indent blanks and "{", each entry behind
+  // indent + 2 blanks, indent blanks and the end string.
+  void writeTo(TextFile& file, unsigned short indent) const;
+
   // Writes "{", the entries whose names begin with prefix (all for a null
   // or empty prefix) without indentation, and the end line.
   void dump(std::ofstream* out, const char* prefix) const;
   // Writes the whole block to a file, replacing it; false if it cannot open.
   bool dump(const LightweightString<wchar_t>& path) const;
+
+  // Writes the entry count (4 bytes), then name, value and type of each
+  // entry in table order, as zero-terminated texts.
+  void pack(PStream& stream) const;
+  // Reads what pack() wrote and sets each entry over the block, which ends
+  // clean; version is the caller's and not used. Stops at the first error
+  // of the stream, keeping the entries read before it.
+  void unpack(PStream& stream, unsigned char version);
 
   // Parses one line in place and sets its entry: 0, or 1 when the line is
   // the end line. Blank and comment lines set nothing and give 0.

@@ -61,13 +61,13 @@ public:
   Cookie(CookieType type, const Zr::UUID& uuid, int subType);
   // Short form. A serial above kMaxSerial, an unknown type, an S cookie whose
   // sub-type is neither 0 to 35 nor 255, or a machine above kMaxMachine give
-  // the invalid cookie. The machine is taken as given: kLocalMachine is not
-  // looked up here, so it too gives the invalid cookie.
+  // the invalid cookie. kLocalMachine stands for getLocalMachineNumber().
   constexpr Cookie(CookieType type, int serial, int subType, int machine) : Cookie()
   {
     if (uint32_t(serial) > uint32_t(kMaxSerial)) return;
     if (typeFromChar(char(type)) == CookieTypeI) return;
     if (type == CookieTypeS && subType != kDefaultSubType && (subType < 0 || subType > 35)) return;
+    if (machine == kLocalMachine) machine = getLocalMachineNumber();
     if (uint32_t(machine) > uint32_t(kMaxMachine)) return;
     construct(type, serial, subType, machine);
   }
@@ -137,6 +137,15 @@ public:
   // Machine number to its code, -1 out of range; and back, 65535 for a bad code.
   static int encodeMachineNumber(int machine);
   static unsigned int decodeMachineNumber(unsigned int code);
+  // This machine's number, cached once isValidMachineNum accepts it;
+  // otherwise our_machine_number_get_from_file() is asked again. The first
+  // call reads settings and files; there is no lock.
+  static int getLocalMachineNumber();
+  // A repair tool for a lost "cookie.num": the highest serial of this
+  // machine among the P and E names in the projects base, logged as
+  // "Highest Cookie num found is %u\n". 0 when the machine number is 0.
+  static unsigned int findHighestCookieNum();
+
   // Two characters of a code: first in the low byte, second in the high one.
   // Throws Zr::Exception::RuntimeError above 2703.
   static unsigned short get2DigitBase52Map36Code(unsigned int code);
@@ -163,6 +172,7 @@ private:
   }
 
   bool onReservedMachine() const;
+  static int localMachineNumber_;
   void retype(CookieType type, unsigned char subType)
   {
     type_ = type;

@@ -10,7 +10,9 @@
 
 #include "core/Assert.h"
 #include "core/configb.h"
+#include "files/TextFile.h"
 #include "identity/Cookie.h"
+#include "identity/IdStamp.h"
 #include "libOS/OS.h"
 #include "libzr/Strings.h"
 
@@ -132,6 +134,15 @@ void RegistryConfig::getMultipleValues(std::vector<iSettings::NameValuePair>& pa
   if (settings_) settings_->getMultipleValues(pairs, section);
 }
 
+void RegistryConfig::exportTo(TextFile& file, LightweightString<char> section)
+{
+  std::vector<iSettings::NameValuePair> pairs;
+  getMultipleValues(pairs, section);
+  for (const iSettings::NameValuePair& pair : pairs) file.appendLine(pair.name + "=" + pair.value);
+}
+
+bool RegistryConfig::importFrom(TextFile&, LightweightString<char>, LightweightString<char>) { return false; }
+
 namespace {
 
 LightweightString<wchar_t> overrideFileFor(iSettings::eType type)
@@ -196,4 +207,17 @@ RegistryConfig& GlobalConfig()
 RegistryConfig& UserConfig()
 {
   return instance<iSettings::eUser>();
+}
+
+IdStamp RegistryConfig::getValue(const LightweightString<char>& name, const IdStamp& dflt,
+                                 LightweightString<char> section)
+{
+  const LightweightString<char> text = getValue(name, dflt.asString(), std::move(section));
+  return IdStamp(text.c_str());
+}
+
+bool RegistryConfig::setValue(const LightweightString<char>& name, const IdStamp& value,
+                              LightweightString<char> section)
+{
+  return setValue(name, value.asString(), std::move(section));
 }

@@ -12,6 +12,8 @@
 
 class configb;
 class Cookie;
+class IdStamp;
+class TextFile;
 
 // "true" or "false": the text form of a bool in settings.
 const char* BoolAsString(bool value);
@@ -50,12 +52,23 @@ public:
   // Appends what the registry holds in the section.
   void getMultipleValues(std::vector<iSettings::NameValuePair>& pairs, LightweightString<char> section);
 
+  // Appends one line "name=value" per value of the section to `file`.
+  void exportTo(TextFile& file, LightweightString<char> section);
+  // Settings are not read back from text files: does nothing, gives false.
+  bool importFrom(TextFile& file, LightweightString<char> section, LightweightString<char> name);
+
   // The override block, null without a file.
   const configb* overrides() const { return override_.get(); }
 
 private:
   Zr::Ptr<iSettings> settings_;
   std::shared_ptr<configb> override_;
+
+public:
+  // An IdStamp by its text form; bad text gives what the IdStamp text
+  // reader makes of it.
+  IdStamp getValue(const LightweightString<char>& name, const IdStamp& dflt, LightweightString<char> section);
+  bool setValue(const LightweightString<char>& name, const IdStamp& value, LightweightString<char> section);
 };
 
 // The shared settings (registry type 1, "config.dat" in the application folder).

@@ -1,18 +1,21 @@
 // Zr::Lock: a named lock object that can wait in an idle pool between uses.
+// It is itself a queue element, so an idle pool is a Fifo of locks with no
+// node of its own.
 #pragma once
 
+#include "core/Fifo.h"
 #include "libOS/Ptr.h"
 #include "libOS/iSync.h"
 
 namespace Zr {
 
-class Lock
+class Lock : public FifoElement
 {
 public:
   // The name is kept by pointer and must outlive the lock.
   explicit Lock(const char* name = nullptr) noexcept;
   // Leaves the section if it is still held by this lock.
-  virtual ~Lock();
+  ~Lock() override;
 
   Lock(const Lock&) = delete;
   Lock& operator=(const Lock&) = delete;

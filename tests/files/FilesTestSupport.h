@@ -10,6 +10,7 @@
 
 #include "libOS/LightweightString.h"
 #include "libzr/Strings.h"
+#include "support/SaveTrials.h"
 #include "support/TestEnv.h"
 
 namespace filetest {
@@ -39,12 +40,6 @@ inline const unsigned char* bytes(const std::string& text)
   return reinterpret_cast<const unsigned char*>(text.data());
 }
 
-// `size` bytes of a repeating pattern that starts at `seed`.
-inline std::string pattern(size_t size, unsigned char seed)
-{
-  std::string out(size, '\0');
-  for (size_t i = 0; i < size; ++i) out[i] = char(seed + i * 7 + (i >> 9));
-  return out;
-}
+using zrtest::pattern;
 
 } // namespace filetest

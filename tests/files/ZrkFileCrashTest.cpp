@@ -4,14 +4,11 @@
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
-#include <time.h>
 #include <unistd.h>
-
-#include <chrono>
-#include <random>
 
 #include "FilesTestSupport.h"
 #include "files/ZrkFile.h"
+#include "support/SaveTrials.h"
 
 namespace {
 
@@ -36,44 +33,12 @@ int inChild(const std::function<int()>& fn)
 TEST(ZrkFileCrash, KilledAtAnyMomentLeavesOneWholeContent)
 {
   const std::string path = zrtest::makeTempDir("crash") + "project.ed5";
-  const std::string small = pattern(64 << 10, 1);
-  const std::string large = pattern(200 << 10, 2);
-  ASSERT_TRUE(save(path, small));
-
-  // The kills are spread over one cycle of the two saves, whatever the
-  // disk's speed.
-  const auto start = std::chrono::steady_clock::now();
-  for (int i = 0; i < 4; ++i) save(path, i % 2 ? small : large);
-  const auto cycle =
-      std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - start) / 2;
-  std::mt19937 random(12345);
-  std::uniform_int_distribution<long> delay(0, std::max<long>(cycle.count(), 200));
-
-  constexpr int kTrials = 200;
-  int seenSmall = 0, seenLarge = 0;
-  for (int trial = 0; trial < kTrials; ++trial) {
-    const pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-      for (unsigned long n = 0;; ++n) save(path, n % 2 ? small : large);
-    }
-    const long wait = delay(random);
-    const timespec pause{wait / 1000000, (wait % 1000000) * 1000};
-    nanosleep(&pause, nullptr);
-    kill(child, SIGKILL);
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    const std::string now = zrtest::readFile(path);
-    if (now == small)
-      ++seenSmall;
-    else if (now == large)
-      ++seenLarge;
-    else
-      FAIL() << "trial " << trial << " after " << wait << " us left " << now.size() << " bytes";
-  }
+  const zrtest::SaveTrialResult result =
+    zrtest::killWhileSaving(path, pattern(64 << 10, 1), pattern(200 << 10, 2), save, 200, 12345);
+  EXPECT_EQ(result.failure, "");
   // Kills landed while both contents were current, so both were checked.
-  EXPECT_GT(seenSmall, 0);
-  EXPECT_GT(seenLarge, 0);
+  EXPECT_GT(result.small, 0);
+  EXPECT_GT(result.large, 0);
 }
 
 TEST(ZrkFileCrash, FullDiskFailsTheCloseAndKeepsTheOldFile)

@@ -96,6 +96,19 @@ TEST(ZrLockTest, SerialisesWritersOfSharedMemory)
             kCountThreads * kCountEach);
 }
 
+TEST(ZrLockTest, IdleLocksQueueInAFifoWithNoNodeOfTheirOwn)
+{
+  Zr::Lock first("TagTableLock0"), second("TagTableLock1");
+  Fifo idle;
+  idle.push(&first);
+  idle.push(&second);
+  EXPECT_EQ(static_cast<Zr::Lock*>(idle.pop()), &first);
+  EXPECT_EQ(static_cast<Zr::Lock*>(idle.pop()), &second);
+  EXPECT_EQ(idle.pop(), nullptr);
+  // Popped, a lock is linked nowhere and can be queued again.
+  EXPECT_EQ(first.next(), &first);
+}
+
 TEST(ThreadSafeTest, SerialisesThreads)
 {
   ThreadSafe lock;

@@ -12,6 +12,7 @@
 
 #include "SettingsTestSupport.h"
 #include "core/Config.h"
+#include "files/TextFile.h"
 #include "identity/Cookie.h"
 #include "libOS/iSettings.h"
 #include "settings/RegistryConfig.h"
@@ -112,6 +113,16 @@ TEST_F(RegistryConfigTest, TypedValuesRoundTripThroughTheRegistry)
   ASSERT_EQ(pairs.size(), 5u);
   EXPECT_EQ(S(pairs[0].name), "b");
   EXPECT_EQ(S(pairs[0].value), "true");
+
+  // Export appends behind what the text file holds, one "name=value" per pair.
+  TextFile exported;
+  exported.appendLine(Str("kept"));
+  plain.exportTo(exported, section);
+  ASSERT_EQ(exported.size(), 6u);
+  EXPECT_EQ(S(exported[0]), "kept");
+  EXPECT_EQ(S(exported[1]), "b=true");
+  EXPECT_EQ(S(exported[3]), "d=" + std::string(plain.getValue(Str("d"), "", section).c_str()));
+  EXPECT_FALSE(plain.importFrom(exported, section, Str("b")));
 }
 
 TEST_F(RegistryConfigTest, BoolsThatAreNeitherWordGiveTheDefault)

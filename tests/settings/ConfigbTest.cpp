@@ -11,6 +11,7 @@
 #include "core/Dirtiable.h"
 #include "core/config_outb.h"
 #include "core/configb.h"
+#include "files/TextFile.h"
 #include "identity/Cookie.h"
 
 namespace {
@@ -258,6 +259,41 @@ TEST(ConfigbText, FromStringStopsAtTheExactEndLineOnly)
   EXPECT_EQ(S(block.asString()), "{\n  a 1\n  b two words\n}");
   EXPECT_EQ(valueOf(blockFrom("{\na 1"), "a"), "1");
   EXPECT_TRUE(blockFrom("{").isEmpty());
+}
+
+TEST(ConfigbText, TextFileLinesRoundTripWithIndentAndIndex)
+{
+  configb block;
+  block.set("zeta", 3);
+  block.set("name", "two words");
+  TextFile file;
+  file.appendLine(Str("before"));
+  block.writeTo(file, 4);
+  file.appendLine(Str("after"));
+  const char* expected[] = {"before", "    {", "      name two words", "      zeta:int 3", "    }", "after"};
+  ASSERT_EQ(file.size(), 6u);
+  for (unsigned int i = 0; i < 6; ++i) EXPECT_EQ(S(file[i]), expected[i]);
+
+  // Indented lines are not the block's own "{" and "}": only exact ones are.
+  unsigned int index = 1;
+  configb back;
+  EXPECT_FALSE(back.buildFrom(file, index));
+  EXPECT_EQ(index, 1u);
+  TextFile plain;
+  for (const char* line : {"x", "{", "  name two words", "# note", "", "  zeta:int 3", "}", "tail"})
+    plain.appendLine(Str(line));
+  index = 1;
+  ASSERT_TRUE(back.buildFrom(plain, index));
+  EXPECT_EQ(index, 7u);
+  EXPECT_EQ(S(back.asString()), S(block.asString()));
+
+  plain.removeLine(6);
+  configb open;
+  index = 1;
+  ASSERT_TRUE(open.buildFrom(plain, index));
+  EXPECT_EQ(index, plain.size() + 1) << "no end line: one past the line count";
+  EXPECT_FALSE(open.buildFrom(plain)) << "line 0 is not \"{\"";
+  EXPECT_FALSE(open.buildFrom(plain, index = 99));
 }
 
 TEST(ConfigbCopy, CopiesShareTheirStringsAndAssignmentKeepsDirtyAndOwner)

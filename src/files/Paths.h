@@ -1,0 +1,34 @@
+// Where the editor's files live: the user root and the projects folders.
+//
+// The user root is the platform's user data folder (special folder 4), then
+// the application's data folder name, then a separator. Every directory
+// given here ends in the file manager's separator. The strings are made at
+// first use; after that they are read without a lock, and the projects base
+// is changed only by the thread that changes projects.
+#pragma once
+
+#include "libOS/LightweightString.h"
+
+namespace Zr {
+namespace PathsLite {
+// Special folder 4, then the data folder name, with no separator behind.
+LightweightString<wchar_t> getUserDataPath();
+} // namespace PathsLite
+} // namespace Zr
+
+// The user root, with a separator behind; made if it is missing.
+LightweightString<wchar_t> getUserRootDirectory();
+
+// The user root, "Projects", separator: where new projects go by default.
+// Made at first use if it is missing; a folder that cannot be made is
+// logged as "WARNING! Unable to make Projects folder\n" and given all the same.
+LightweightString<wchar_t> getDefaultLocalProjectsDir();
+
+// The folder holding the current projects: the default local projects
+// folder until setProjectsBaseDirectory names another.
+LightweightString<wchar_t> getProjectsBaseDirectory();
+
+// Makes `dir` the projects base, with a separator added when it lacks one,
+// and logs "Setting project base directory %s\n". An empty `dir` changes
+// nothing. Gives true.
+bool setProjectsBaseDirectory(const LightweightString<wchar_t>& dir);

@@ -1,0 +1,76 @@
+// Helpers shared by the stream file and persist stream tests.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "libOS/LightweightString.h"
+#include "libzr/Strings.h"
+#include "streaming/StreamFile.h"
+#include "support/SaveTrials.h"
+#include "support/TestEnv.h"
+
+namespace streamtest {
+
+using Bytes = std::vector<unsigned char>;
+
+inline LightweightString<wchar_t> wide(const std::string& path)
+{
+  return fromUTF8(path.c_str(), unsigned(path.size()));
+}
+
+inline bool exists(const std::string& path)
+{
+  return ::access(path.c_str(), F_OK) == 0;
+}
+
+inline std::string captureStdout(const std::function<void()>& fn)
+{
+  testing::internal::CaptureStdout();
+  fn();
+  std::fflush(stdout);
+  return testing::internal::GetCapturedStdout();
+}
+
+inline Bytes fileBytes(const std::string& path)
+{
+  const std::string text = zrtest::readFile(path);
+  return Bytes(text.begin(), text.end());
+}
+
+inline void writeBytes(const std::string& path, const Bytes& bytes)
+{
+  zrtest::writeFile(path, std::string(bytes.begin(), bytes.end()));
+}
+
+// The bytes of a value in memory order, which is the files' order here.
+template <class T> void appendRaw(Bytes& out, T value)
+{
+  unsigned char raw[sizeof value];
+  std::memcpy(raw, &value, sizeof value);
+  out.insert(out.end(), raw, raw + sizeof value);
+}
+
+inline void appendText(Bytes& out, const std::string& text)
+{
+  out.insert(out.end(), text.begin(), text.end());
+  out.push_back(0);
+}
+
+// Saves bytes to path through a StreamFile, as a writer of objects does.
+inline bool saveThroughStreamFile(const std::string& path, const std::string& content)
+{
+  StreamFile file;
+  if (!file.create(wide(path), iFile::eCreateAlways)) return false;
+  return file.write(content.data(), unsigned(content.size())) && file.flush();
+}
+
+using zrtest::pattern;
+
+} // namespace streamtest
