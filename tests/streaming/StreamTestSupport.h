@@ -13,30 +13,17 @@
 #include "libOS/LightweightString.h"
 #include "libzr/Strings.h"
 #include "streaming/StreamFile.h"
+#include "support/FileHelpers.h"
 #include "support/SaveTrials.h"
 #include "support/TestEnv.h"
 
 namespace streamtest {
 
+using zrtest::captureStdout;
+using zrtest::exists;
+using zrtest::wide;
+
 using Bytes = std::vector<unsigned char>;
-
-inline LightweightString<wchar_t> wide(const std::string& path)
-{
-  return fromUTF8(path.c_str(), unsigned(path.size()));
-}
-
-inline bool exists(const std::string& path)
-{
-  return ::access(path.c_str(), F_OK) == 0;
-}
-
-inline std::string captureStdout(const std::function<void()>& fn)
-{
-  testing::internal::CaptureStdout();
-  fn();
-  std::fflush(stdout);
-  return testing::internal::GetCapturedStdout();
-}
 
 inline Bytes fileBytes(const std::string& path)
 {
