@@ -11,6 +11,7 @@
 #include <string>
 #include <sys/resource.h>
 
+#include "libzr/Shutdown.h"
 #include "support/TestEnv.h"
 #include "threads/CoprocessTestSupport.h"
 
@@ -75,6 +76,34 @@ TEST(CoprocessDeathTest, AFaultOnACoProcessNamesItPrintsTheStackAndExitsOne)
   const std::string stack = printed.substr(printed.find(banner) + banner.size());
   EXPECT_GE(countOf(stack, "\n"), 2) << printed;
   EXPECT_THAT(stack, HasSubstr("bad frame")) << printed;
+}
+
+TEST(CoprocessDeathTest, OfTwoFaultsAtOnceOnlyTheFirstIsReported)
+{
+  const std::string out = capturePath("two_faults");
+  EXPECT_EXIT(
+      {
+        captureStdoutIn(out);
+        co_init();
+        // The shutdown that the first report starts waits a while, so that
+        // a second report, if one were made, would be printed before exit.
+        Shutdown::addCallback([](Shutdown::eExitType) { OS()->threadMgr()->sleep(300); }, 1);
+        static Zr::Ptr<iThreadEvent> go = manualEvent();
+        static std::unique_ptr<cotest::Job> first = start("first faulter", [] {
+          go->wait(kWillHappenMs);
+          throwDeepInside();
+        });
+        static std::unique_ptr<cotest::Job> second = start("second faulter", [] {
+          go->wait(kWillHappenMs);
+          throwDeepInside();
+        });
+        go->set();
+        OS()->threadMgr()->sleep(kWillHappenMs);
+        std::exit(7);
+      },
+      ::testing::ExitedWithCode(1), "");
+  const std::string printed = zrtest::readFile(out);
+  EXPECT_EQ(countOf(printed, "***************** EXCEPTION ("), 1) << printed;
 }
 
 TEST(CoprocessDeathTest, AFaultInAProtectedCallWithoutARowGetsTheAnonymousBanner)
