@@ -216,23 +216,17 @@ TEST(ByteStream, UngetStepsBackButNotAfterTheEnd)
   EXPECT_EQ(s.getChar(), 'b');
 }
 
-TEST(ByteStream, WritingInsideTheTextOverwritesAndPastItGrows)
+TEST(ByteStream, TakesOverItsTextThenOverwritesInsideAndGrowsPastIt)
 {
-  ByteStream s(LightweightString<char>("hello"));
+  GrowString g("hello");
+  ByteStream s(g);
+  EXPECT_EQ(g.c_str(), nullptr);
   s.position(1);
   s << 'A';
   EXPECT_EQ(text(s.buffer()), "hAllo");
   s.position(7);
   s << 'Z';
   EXPECT_EQ(text(s.buffer()), "hAllo  Z");
-}
-
-TEST(ByteStream, TakesOverTheTextItIsGiven)
-{
-  GrowString g("given");
-  ByteStream s(g);
-  EXPECT_EQ(g.c_str(), nullptr);
-  EXPECT_EQ(text(s.buffer()), "given");
 }
 
 TEST(ByteStream, FilesReadWriteSeekAndUnget)

@@ -63,47 +63,38 @@ TEST(PStreamLayout, TextsAndTheThreeWriteBinaryForms)
   EXPECT_EQ(bytes, expected);
 }
 
+// Writes value, reads it back over back, and expects the same value with
+// every byte consumed.
+template <class T> void expectReadsBack(const T& value, T back = T())
+{
+  Reader r(written([&](PStream& s) { s << value; }));
+  r.stream >> back;
+  EXPECT_FALSE(r.stream.hasError()) << r.stream.errorText();
+  EXPECT_EQ(back, value);
+  EXPECT_TRUE(r.stream.eof());
+}
+
 TEST(PStreamRead, EveryValueFormReadsBack)
 {
-  Bytes bytes = written([](PStream& s) {
-    s << 'q' << (signed char)-5 << false << short(-300) << (unsigned short)65000 << -70000 << 4000000000u
-      << -5000000000L << 6000000000UL << -7LL << 8ULL << 0.25f << 1e300 << "text"
-      << LightweightString<char>("");
-    s.writeBinary("cnt", 3, true, false);
-  });
-  Reader r(bytes);
-  char c;
-  signed char sc;
-  bool b = true;
-  short sh;
-  unsigned short ush;
-  int i;
-  unsigned int u;
-  long l;
-  unsigned long ul;
-  long long ll;
-  unsigned long long ull;
-  float f;
-  double d;
-  LightweightString<char> text, empty("x"), counted;
-  r.stream >> c >> sc >> b >> sh >> ush >> i >> u >> l >> ul >> ll >> ull >> f >> d >> text >> empty;
-  r.stream.readCounted(counted);
-  EXPECT_FALSE(r.stream.hasError()) << r.stream.errorText();
-  EXPECT_EQ(c, 'q');
-  EXPECT_EQ(sc, -5);
-  EXPECT_FALSE(b);
-  EXPECT_EQ(sh, -300);
-  EXPECT_EQ(ush, 65000);
-  EXPECT_EQ(i, -70000);
-  EXPECT_EQ(u, 4000000000u);
-  EXPECT_EQ(l, -5000000000L);
-  EXPECT_EQ(ul, 6000000000UL);
-  EXPECT_EQ(ll, -7);
-  EXPECT_EQ(ull, 8u);
-  EXPECT_EQ(f, 0.25f);
-  EXPECT_EQ(d, 1e300);
-  EXPECT_EQ(text, "text");
-  EXPECT_TRUE(empty.empty());
+  expectReadsBack('q');
+  expectReadsBack<signed char>(-5);
+  expectReadsBack(false, true);
+  expectReadsBack<short>(-300);
+  expectReadsBack<unsigned short>(65000);
+  expectReadsBack(-70000);
+  expectReadsBack(4000000000u);
+  expectReadsBack(-5000000000L);
+  expectReadsBack(6000000000UL);
+  expectReadsBack(-7LL);
+  expectReadsBack(8ULL);
+  expectReadsBack(0.25f);
+  expectReadsBack(1e300);
+  expectReadsBack(LightweightString<char>("text"));
+  expectReadsBack(LightweightString<char>(), LightweightString<char>("x"));
+
+  Reader r(written([](PStream& s) { s.writeBinary("cnt", 3, true, false); }));
+  LightweightString<char> counted;
+  EXPECT_TRUE(r.stream.readCounted(counted));
   EXPECT_EQ(counted, "cnt");
   EXPECT_TRUE(r.stream.eof());
 }

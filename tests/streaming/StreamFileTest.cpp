@@ -66,16 +66,13 @@ TEST(StreamFileCache, CapacityBeyond32BitsPrintsAndFails)
   EXPECT_EQ(file.cacheSize(), 0u);
 }
 
-TEST(StreamFileRead, EmptyFileIsOpenAndAtEofAtOnce)
+TEST(StreamFileRead, EmptyFileIsOpenAndAtEofButAMissingOneFailsWithoutRetrying)
 {
   ReadFixture f({});
   EXPECT_FALSE(f.opened) << "nothing to bring into the cache";
   EXPECT_TRUE(f.file.valid());
   EXPECT_TRUE(f.file.eof());
-}
 
-TEST(StreamFileRead, MissingFileFailsWithoutRetrying)
-{
   StreamFile file;
   const auto start = std::chrono::steady_clock::now();
   EXPECT_FALSE(file.create(wide(zrtest::makeTempDir("missing") + "none.bin"), iFile::eOpenExisting));
@@ -161,7 +158,7 @@ TEST(StreamFileRead, CountedTextLongerThanTheCacheFails)
   EXPECT_TRUE(text.isEmpty());
 }
 
-TEST(StreamFilePosition, BeyondTheCacheMovesAndReportsOutside)
+TEST(StreamFilePosition, BeyondTheCacheMovesAndReportsOutsideAndSizeIsRefused)
 {
   ReadFixture f({1, 2, 3});
   ASSERT_TRUE(f.opened);
@@ -180,13 +177,9 @@ TEST(StreamFilePosition, BeyondTheCacheMovesAndReportsOutside)
   EXPECT_FALSE(writing.position(50));
   out = captureStdout([&] { EXPECT_EQ(writing.position(), 50u); });
   EXPECT_EQ(out, "") << "a writer may stand beyond what it wrote";
-}
 
-TEST(StreamFilePosition, SizeIsNotOffered)
-{
-  ReadFixture f({1, 2, 3});
-  const std::string out = captureStdout([&] { EXPECT_EQ(f.file.size(), 0u); });
-  EXPECT_EQ(out, "assertion failed false at misc/StreamFile line 275\n");
+  out = captureStdout([&] { EXPECT_EQ(f.file.size(), 0u); });
+  EXPECT_EQ(out, "assertion failed false at misc/StreamFile line 275\n") << "size is not offered";
 }
 
 TEST(StreamFileWrite, SettersAreLittleEndianAndPatchInPlace)

@@ -9,14 +9,7 @@
 
 namespace {
 
-std::vector<std::string> all(tokeniser& t)
-{
-  std::vector<std::string> out;
-  while (const char* token = t.next()) out.push_back(token);
-  return out;
-}
-
-std::vector<std::string> all(tokeniser2& t)
+template <class Tokeniser> std::vector<std::string> all(Tokeniser& t)
 {
   std::vector<std::string> out;
   while (const char* token = t.next()) out.push_back(token);
