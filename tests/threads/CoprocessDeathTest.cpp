@@ -88,15 +88,19 @@ TEST(CoprocessDeathTest, OfTwoFaultsAtOnceOnlyTheFirstIsReported)
         // The shutdown that the first report starts waits a while, so that
         // a second report, if one were made, would be printed before exit.
         Shutdown::addCallback([](Shutdown::eExitType) { OS()->threadMgr()->sleep(300); }, 1);
-        static Zr::Ptr<iThreadEvent> go = manualEvent();
-        static std::unique_ptr<cotest::Job> first = start("first faulter", [] {
+        // Never destroyed: the exit runs on a faulting thread while the
+        // other threads still hold them.
+        static Zr::Ptr<iThreadEvent>& go = *new Zr::Ptr<iThreadEvent>(manualEvent());
+        static cotest::Job* first = start("first faulter", [] {
           go->wait(kWillHappenMs);
           throwDeepInside();
-        });
-        static std::unique_ptr<cotest::Job> second = start("second faulter", [] {
+        }).release();
+        static cotest::Job* second = start("second faulter", [] {
           go->wait(kWillHappenMs);
           throwDeepInside();
-        });
+        }).release();
+        (void)first;
+        (void)second;
         go->set();
         OS()->threadMgr()->sleep(kWillHappenMs);
         std::exit(7);
