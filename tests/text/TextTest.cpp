@@ -179,12 +179,19 @@ TEST(Text, DeletesByWordLineAndParagraph)
     {"paradel keeps the break", [](text& t) { t.paradel(); }, "a|bc\nde", "a|\nde"},
     {"pararub takes the paragraph before", [](text& t) { t.pararub(); }, "ab\n|cd", "|\ncd"},
   });
+  // A block deleted with copy fills the clipboard; a word delete leaves it be.
+  text source(32);
+  setUp(source, "|xyz");
+  source.setblock(1);
+  for (int i = 0; i < 3; ++i) source.forpop();
+  source.noteblock();
+  source.blockdel(1);
+  ASSERT_STREQ(text::getclipboard(), "xyz");
   text t(32);
   setUp(t, "ab|cd ef");
   t.worddel();
   EXPECT_EQ(t.getblock(), 0) << "a word delete leaves no block behind";
-  EXPECT_EQ(t.getclipboard() == nullptr || std::strcmp(t.getclipboard(), "cd ") != 0, true)
-    << "only a block delete with copy fills the clipboard";
+  EXPECT_STREQ(text::getclipboard(), "xyz");
 }
 
 TEST(Text, ExchangeSwapsTheBytesAroundTheCursor)
