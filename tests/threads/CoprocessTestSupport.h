@@ -25,13 +25,18 @@ struct Job
   std::function<void()> body;
   unsigned short id = 0;
   Zr::Ptr<iThread> thread;
+  // Set once start() holds the thread: a body that ends its own row at once
+  // would otherwise empty the row before start() reads the thread from it.
+  Zr::Ptr<iThreadEvent> handleTaken = manualEvent();
 
   bool ended(unsigned int ms = kWillHappenMs) { return thread->waitForEnd(ms) == iWaitable::eWaitSuccess; }
 };
 
 inline iThread::eExecRC runJob(void* arg)
 {
-  static_cast<Job*>(arg)->body();
+  Job* job = static_cast<Job*>(arg);
+  job->handleTaken->wait(kWillHappenMs);
+  job->body();
   return iThread::eOK;
 }
 
@@ -41,6 +46,7 @@ inline std::unique_ptr<Job> start(const char* name, std::function<void()> body, 
   job->body = std::move(body);
   job->id = co_create(&runJob, name, priority, job.get(), 0, 0);
   job->thread = coThreadGet(job->id);
+  job->handleTaken->set();
   return job;
 }
 
