@@ -23,7 +23,8 @@ using SaveFn = std::function<bool(const std::string& path, const std::string& co
 
 // Saves `small` first, then runs `trials` children, each saving `large` and
 // `small` in turn until it is killed. The kills spread over one cycle of the
-// two saves, whatever the disk's speed; the seed fixes their moments.
+// two saves from the moment the child is ready; when `trials` have not seen
+// both contents, up to seven times as many more run in a widening window.
 SaveTrialResult killWhileSaving(const std::string& path, const std::string& small, const std::string& large,
                                 const SaveFn& save, int trials, unsigned int seed);
 
