@@ -248,7 +248,7 @@ public:
     off.ss_flags = SS_DISABLE;
     // A handler that calls exit() runs this on the alternate stack itself;
     // the kernel then refuses to disable it, and it must stay mapped.
-    if (sigaltstack(&off, nullptr) == 0) munmap(memory_, size_);
+    if (sigaltstack(&off, nullptr) == 0) release(memory_, size_);
   }
 
   void ensure()
@@ -262,21 +262,49 @@ public:
     const size_t page = size_t(sysconf(_SC_PAGESIZE));
     size_ = 256 * 1024 + size_t(sysconf(_SC_SIGSTKSZ));
     size_ = (size_ + page - 1) / page * page;
-    void* memory =
-        mmap(nullptr, size_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK, -1, 0);
+    void* memory = reuse();
+    if (!memory) memory = mmap(nullptr, size_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK, -1, 0);
     if (memory == MAP_FAILED) return;
     stack_t stack;
     std::memset(&stack, 0, sizeof stack);
     stack.ss_sp = memory;
     stack.ss_size = size_;
     if (sigaltstack(&stack, nullptr) != 0) {
-      munmap(memory, size_);
+      release(memory, size_);
       return;
     }
     memory_ = memory;
   }
 
 private:
+  // Stacks of ended threads wait here for the next thread: a map and an
+  // unmap per thread cost more than the rest of its start, and an unmap
+  // interrupts every core to flush its address translations. All stacks of a
+  // process have one size. Plain statics, so that a thread that ends during
+  // exit still finds them.
+  static constexpr int kCached = 16;
+  static inline std::mutex cacheLock_;
+  static inline void* cache_[kCached] = {};
+  static inline int cached_ = 0;
+
+  static void* reuse()
+  {
+    std::lock_guard<std::mutex> hold(cacheLock_);
+    return cached_ > 0 ? cache_[--cached_] : nullptr;
+  }
+
+  static void release(void* memory, size_t size)
+  {
+    {
+      std::lock_guard<std::mutex> hold(cacheLock_);
+      if (cached_ < kCached) {
+        cache_[cached_++] = memory;
+        return;
+      }
+    }
+    munmap(memory, size);
+  }
+
   bool checked_ = false;
   void* memory_ = nullptr;
   size_t size_ = 0;
