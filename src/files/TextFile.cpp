@@ -56,6 +56,16 @@ private:
   bool ok_ = true;
 };
 
+// An empty name means the file's own; any other becomes the file's own.
+bool useName(LightweightString<wchar_t>& name, LightweightString<wchar_t>& own)
+{
+  if (name.empty())
+    name = own;
+  else
+    own = name;
+  return !name.empty();
+}
+
 } // namespace
 
 TextFile::TextFile(const LightweightString<wchar_t>& name, bool load) : name_(name)
@@ -68,11 +78,7 @@ TextFile::TextFile(const LightweightString<char>& name, bool load) : TextFile(fr
 bool TextFile::load(LightweightString<wchar_t> name, char eol, bool keepExisting)
 {
   (void)eol;
-  if (name.empty())
-    name = name_;
-  else
-    name_ = name;
-  if (name.empty()) return false;
+  if (!useName(name, name_)) return false;
 
   Zr::Ptr<iFile> file =
       OS()->fileManager()->open(name, iFile::eRead, iFile::eOpenExisting, iFile::eShareRead);
@@ -127,11 +133,7 @@ bool TextFile::load(LightweightString<wchar_t> name, char eol, bool keepExisting
 
 bool TextFile::save(LightweightString<wchar_t> name, eEOLStyle style)
 {
-  if (name.empty())
-    name = name_;
-  else
-    name_ = name;
-  if (name.empty()) return false;
+  if (!useName(name, name_)) return false;
 
   Zr::Ptr<iFile> file =
       OS()->fileManager()->open(name, iFile::eWrite, iFile::eCreateAlways, iFile::eShareNone);
