@@ -25,39 +25,35 @@ TEST(RWLockTest, ReadersShareUpToTheirSlots)
   lock.leaveAsWriter();
 }
 
-TEST(RWLockTest, TryReaderRefusedByWriterGivesItsSlotBack)
+void enter(RWLock& lock, bool asWriter, bool tryOnly = false)
 {
-  // One reader slot: had the refused try kept it, the later try would fail.
-  RWLock lock(RWLock::ePreferWriters, 1, 1);
-  ASSERT_TRUE(lock.enterAsWriter(false));
-  EXPECT_FALSE(lock.enterAsReader(true));
-  EXPECT_FALSE(lock.enterAsReader(true));
-  lock.leaveAsWriter();
-  ASSERT_TRUE(lock.enterAsReader(true));
-  lock.leaveAsReader();
-  EXPECT_EQ(lock.readersIn(), 0);
-  EXPECT_EQ(lock.writersIn(), 0);
+  ASSERT_TRUE(asWriter ? lock.enterAsWriter(tryOnly) : lock.enterAsReader(tryOnly));
+}
+void leave(RWLock& lock, bool asWriter)
+{
+  asWriter ? lock.leaveAsWriter() : lock.leaveAsReader();
 }
 
-TEST(RWLockTest, TryWriterRefusedByReaderGivesItsSlotBack)
+TEST(RWLockTest, RefusedTriesGiveTheirSlotBack)
 {
-  RWLock lock(RWLock::ePreferNeither, 4, 1);
-  ASSERT_TRUE(lock.enterAsReader(false));
-  EXPECT_FALSE(lock.enterAsWriter(true));
-  EXPECT_FALSE(lock.enterAsWriter(true));
-  lock.leaveAsReader();
-  ASSERT_TRUE(lock.enterAsWriter(true));
-  lock.leaveAsWriter();
-}
-
-TEST(RWLockTest, OneWriterSlotExcludesASecondWriter)
-{
-  RWLock lock(RWLock::ePreferWriters, 10, 1);
-  ASSERT_TRUE(lock.enterAsWriter(false));
-  EXPECT_FALSE(lock.enterAsWriter(true));
-  lock.leaveAsWriter();
-  EXPECT_TRUE(lock.enterAsWriter(true));
-  lock.leaveAsWriter();
+  // One slot of each kind: had a refused try kept its slot, the later try would fail.
+  struct Case
+  {
+    RWLock::ePrioritisation prioritisation;
+    bool holderWrites, triesToWrite;
+  };
+  for (const Case& c : {Case{RWLock::ePreferWriters, true, false}, Case{RWLock::ePreferNeither, false, true},
+                        Case{RWLock::ePreferWriters, true, true}}) {
+    SCOPED_TRACE(testing::Message() << c.holderWrites << c.triesToWrite);
+    RWLock lock(c.prioritisation, 1, 1);
+    enter(lock, c.holderWrites);
+    for (int i = 0; i < 2; ++i)
+      EXPECT_FALSE(c.triesToWrite ? lock.enterAsWriter(true) : lock.enterAsReader(true));
+    leave(lock, c.holderWrites);
+    enter(lock, c.triesToWrite, true);
+    leave(lock, c.triesToWrite);
+    EXPECT_EQ(lock.readersIn() + lock.writersIn(), 0);
+  }
 }
 
 TEST(RWLockTest, WritersShareWhenGivenMoreThanOneSlot)

@@ -99,17 +99,6 @@ TEST(Semaphore, CountStaysBetweenZeroAndAMaximumOfAtLeastOne)
   EXPECT_EQ(semaphore->available(), 0u);
 }
 
-TEST(Semaphore, ReleaseOfSeveralUnitsWakesAsManyWaiters)
-{
-  Zr::Ptr<iSemaphore> semaphore = threads()->createSemaphore(0, 3);
-  std::vector<Zr::Ptr<iThread>> waiters;
-  for (int i = 0; i < 3; ++i)
-    waiters.push_back(spawn([semaphore] { return semaphore->wait(kWillHappenMs); }));
-  EXPECT_TRUE(semaphore->release(3));
-  for (auto& waiter : waiters) EXPECT_EQ(exitCodeOf(waiter), kSuccess);
-  EXPECT_EQ(semaphore->available(), 0u);
-}
-
 TEST(Mutex, IsRecursiveAndOnlyTheOwnerMayUnlockIt)
 {
   Zr::Ptr<iMutex> mutex = threads()->createMutex(true); // owned by this thread at once
