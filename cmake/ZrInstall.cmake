@@ -26,4 +26,8 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zrbaseConfig.cmake ${CMAKE_CURRENT_BIN
 file(RELATIVE_PATH ZR_PC_TO_PREFIX "/root/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/root")
 configure_file(cmake/zrbase.pc.in ${CMAKE_CURRENT_BINARY_DIR}/zrbase.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zrbase.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
-install(DIRECTORY data/ DESTINATION ${CMAKE_INSTALL_DATADIR}/zrbase OPTIONAL)
+# The run-time data (strings.txt) goes to the shared root that the library
+# reads: the shared data folder's "korvane/", which for the default prefix is
+# /usr/local/share/korvane/ (another prefix: point ZR_SHARED_DATA_DIR or
+# XDG_DATA_DIRS at its share/).
+install(DIRECTORY data/ DESTINATION ${CMAKE_INSTALL_DATADIR}/korvane OPTIONAL)

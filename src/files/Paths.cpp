@@ -62,3 +62,29 @@ bool setProjectsBaseDirectory(const LightweightString<wchar_t>& dir)
   LogBoth("Setting project base directory %s\n", toUTF8(dir).c_str());
   return true;
 }
+
+LightweightString<wchar_t> getSharedRootDirectory()
+{
+  static const LightweightString<wchar_t> root = [] {
+    LightweightString<wchar_t> dir = OS()->locations()->getSpecialFolder(iLocations::eSharedData);
+    return withSeparator(dir + L"korvane");
+  }();
+  return root;
+}
+
+LightweightString<wchar_t> getLanguageFileDir() { return getSharedRootDirectory(); }
+
+LightweightString<wchar_t> getPrefsDirectory(iSettings::eType type)
+{
+  if (type != iSettings::eUser) {
+    static const LightweightString<wchar_t> shared = withSeparator(getSharedRootDirectory() + L"Preferences");
+    return shared;
+  }
+  static const LightweightString<wchar_t> user = [] {
+    LightweightString<wchar_t> dir = withSeparator(getUserRootDirectory() + L"Preferences");
+    iFileManager* files = OS()->fileManager();
+    if (!files->exists(dir)) files->makeDirectory(dir, true);
+    return dir;
+  }();
+  return user;
+}

@@ -8,6 +8,7 @@
 #pragma once
 
 #include "libOS/LightweightString.h"
+#include "libOS/iSettings.h"
 
 namespace Zr {
 namespace PathsLite {
@@ -32,3 +33,15 @@ LightweightString<wchar_t> getProjectsBaseDirectory();
 // and logs "Setting project base directory %s\n". An empty `dir` changes
 // nothing. Gives true.
 bool setProjectsBaseDirectory(const LightweightString<wchar_t>& dir);
+
+// The shared root: the platform's shared data folder (special folder 3),
+// then "korvane/". Not made here: it comes with the installation.
+LightweightString<wchar_t> getSharedRootDirectory();
+
+// Where "strings.txt" and the other language files lie: the shared root.
+LightweightString<wchar_t> getLanguageFileDir();
+
+// The preferences folder: the shared root's "Preferences/" for a non-zero
+// type, the user root's for 0. The user's is made at first use if it is
+// missing; the shared one is not.
+LightweightString<wchar_t> getPrefsDirectory(iSettings::eType type);

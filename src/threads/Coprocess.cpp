@@ -13,6 +13,7 @@
 #include "core/Config.h"
 #include "core/Crash.h"
 #include "core/Service.h"
+#include "keys/CommandRegistrar.h"
 #include "libOS/OS.h"
 #include "libzr/CriticalSection.h"
 #include "logging/DebugConsole.h"
@@ -168,6 +169,14 @@ bool ownsRow(unsigned int id)
   return id == currentId;
 }
 
+// The debugging commands, bound to no key and without display names. They
+// are internal: a user who runs "_Crash" by mistake loses the session, so
+// neither is ever listed among the commands a user can bind.
+const CommandRegistrar dumpAllocsCommand("_DumpCurrentMemoryAllocs", &dbgDumpCurrentMemoryAllocs, UIString(),
+                                         UIString(), CommandMap::eCmdScopeInternal, MapItem());
+const CommandRegistrar crashCommand("_Crash", &crash, UIString(), UIString(), CommandMap::eCmdScopeInternal,
+                                    MapItem());
+
 } // namespace
 
 void co_init()
@@ -313,6 +322,11 @@ void coDebugPrint(unsigned short id)
   if (id >= t.size()) return;
   const CoProcessDesc& desc = t.row(id);
   Log("%s (%d)\n", desc.name.c_str(), int(desc.tid.load()));
+}
+
+void co_print(const Cmd::Context&)
+{
+  co_print();
 }
 
 void co_print()

@@ -12,6 +12,10 @@
 #include "libOS/iThread.h"
 #include "libzr/Shutdown.h"
 
+namespace Cmd {
+struct Context;
+}
+
 // Rows the table reserves; more still work, after an assertion.
 constexpr unsigned int kMaxProcesses = 256;
 
@@ -37,7 +41,9 @@ Zr::Ptr<iThread> coThreadGet(unsigned short id);
 unsigned int coThreadId(unsigned short id);
 // Logs "<name> (<tid>)" of a row.
 void coDebugPrint(unsigned short id);
-// Logs the table of running processes through LogBoth.
+// Logs the table of running processes through LogBoth. The context form is
+// the shape of a command function; it does not read the context.
+void co_print(const Cmd::Context& context);
 void co_print();
 // Ends the calling thread if its row was killed and it does not hold the service lock.
 void KillMyselfCheck();
