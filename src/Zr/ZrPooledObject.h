@@ -7,16 +7,23 @@
 // of these templates, so the lists are found by the type's name in the
 // process-wide registry of named objects.
 //
-// The lists are lock-free stacks of one word, with no version tag. A popper
-// that reads head and head's link, is overtaken by others that pop and push so
-// that head returns with a new link, and then succeeds, installs a stale link:
-// the classic ABA hazard, which this design accepts. Reading the link of an
-// object that another thread has just popped is otherwise harmless because
-// memory on a list never goes back to the heap.
+// The lists are lock-free stacks of one word. A plain pointer there would
+// let a popper that reads head and head's link, and is overtaken by others
+// that pop and push so that head returns with a new link, succeed and install
+// a stale link: the ABA hazard, under which one object goes to two threads
+// (threads that make and drop objects at once meet it thousands of times a
+// second). So the word also holds a version that every change of head
+// advances, in the bits that an object's address leaves free: its alignment
+// (8) and the 16 bits above the 48 of a user-space address on x86-64. The
+// stack keeps its one-word width and its single-word compare-and-swap; a
+// stale head would need 2^19 changes of head between a popper's read and its
+// swap. Reading the link of an object that another thread has just popped is
+// harmless because memory on a list never goes back to the heap.
 #pragma once
 
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <new>
 #include <typeinfo>
 
@@ -79,10 +86,11 @@ public:
   T* pop() noexcept
   {
     for (;;) {
-      T* top = loadHead();
+      const Word word = loadHead();
+      T* top = address(word);
       if (!top) return nullptr;
       T* next = loadLink(top);
-      if (casHead(top, next)) {
+      if (casHead(word, pack(next, word))) {
         OSAtomics::decrement(&count_);
         return top;
       }
@@ -93,9 +101,9 @@ public:
   void push(T* object) noexcept
   {
     for (;;) {
-      T* top = loadHead();
-      storeLink(object, top);
-      if (casHead(top, object)) break;
+      const Word word = loadHead();
+      storeLink(object, address(word));
+      if (casHead(word, pack(object, word))) break;
     }
     OSAtomics::increment(&count_);
   }
@@ -104,16 +112,30 @@ public:
   unsigned int count() const noexcept { return OSAtomics::load(&count_); }
 
   // The object the next pop would take, or null; for diagnostics only.
-  T* top() const noexcept { return loadHead(); }
+  T* top() const noexcept { return address(loadHead()); }
 
 private:
+  using Word = std::uintptr_t;
+  // An address of a T: 8-aligned, below 2^48; it is kept shifted to the top
+  // of the word, and the version fills the bits below.
+  static constexpr unsigned kVersionBits = 19;
+  static constexpr Word kVersionMask = (Word(1) << kVersionBits) - 1;
+
+  static T* address(Word word) noexcept { return reinterpret_cast<T*>((word >> kVersionBits) << 3); }
+  // `object` as the new head, one version after `previous`.
+  static Word pack(T* object, Word previous) noexcept
+  {
+    static_assert(alignof(T) >= 8, "a pooled object's address must leave its low 3 bits free");
+    return ((reinterpret_cast<Word>(object) >> 3) << kVersionBits) | ((previous + 1) & kVersionMask);
+  }
+
   // Head and the links are read and written as single plain words; the
   // accesses name them atomic only so that the race detector knows the races
   // with concurrent pushes are intended. The compare-and-swap on head orders
   // them.
-  T* loadHead() const noexcept
+  Word loadHead() const noexcept
   {
-    return static_cast<T*>(OSAtomics::loadPointer(reinterpret_cast<void* const*>(&head_)));
+    return reinterpret_cast<Word>(OSAtomics::loadPointer(reinterpret_cast<void* const*>(&head_)));
   }
   static T* loadLink(T* node) noexcept
   {
@@ -123,13 +145,14 @@ private:
   {
     std::atomic_ref<T*>(*Private::SLNodeAccessor<T>::link(node)).store(next, std::memory_order_relaxed);
   }
-  bool casHead(T* expected, T* desired) noexcept
+  bool casHead(Word expected, Word desired) noexcept
   {
     void** word = reinterpret_cast<void**>(&head_);
-    return OSAtomics::compareAndSwapPointer(word, desired, expected) == expected;
+    void* const before = reinterpret_cast<void*>(expected);
+    return OSAtomics::compareAndSwapPointer(word, reinterpret_cast<void*>(desired), before) == before;
   }
 
-  T* head_ = nullptr;
+  Word head_ = 0;
   unsigned int count_ = 0;
 };
 

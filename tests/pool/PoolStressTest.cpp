@@ -1,8 +1,7 @@
-// Many threads on one pool. Each test keeps to patterns that the one-word
-// stack serves exactly: phases of concurrent pops and of concurrent pushes,
-// or a single taker beside many givers. A popper overtaken by pops and a push
-// of the object it read is the hazard the design accepts, so no test mixes
-// several takers with givers at the same moment.
+// Many threads on one pool: phases of concurrent pops and of concurrent
+// pushes, a single taker beside many givers, and threads that take and give
+// at once, which is where a stack without a version in its head word hands
+// one object to two threads.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -166,6 +165,37 @@ TEST(PoolStress, OneTakerBesideManyGiversNeverHandsOutALiveObject)
   EXPECT_EQ(wrongStamps.load(), 0);
   EXPECT_EQ(T::live.load(), 0);
   EXPECT_GT(given.load(), 0);
+  EXPECT_TRUE(countMatchesTheList<T>(stackOf<T>().count()));
+}
+
+TEST(PoolStress, ThreadsThatTakeAndGiveAtOnceNeverShareAnObject)
+{
+  // The pattern of the editor's workers: every thread makes and drops
+  // objects at once. A stack whose head word could return to an old value
+  // with a new link would hand one object to two threads here.
+  using T = Stamped<4>;
+  constexpr int kThreads = 4;
+  constexpr int kHeld = 3;
+  const long rounds = 150000 / kScale;
+  std::atomic<long> shared{0};
+  std::barrier<> start(kThreads);
+  std::vector<std::thread> threads;
+  for (int self = 0; self < kThreads; ++self)
+    threads.emplace_back([&, self] {
+      start.arrive_and_wait();
+      T* held[kHeld];
+      for (long round = 0; round < rounds; ++round) {
+        const long stamp = round * kThreads + self;
+        for (T*& object : held) object = new T(stamp);
+        if (round % 64 == 0) std::this_thread::yield();
+        for (T* object : held)
+          if (object->stamp != stamp) ++shared;
+        for (T* object : held) delete object;
+      }
+    });
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(shared.load(), 0);
+  EXPECT_EQ(T::live.load(), 0);
   EXPECT_TRUE(countMatchesTheList<T>(stackOf<T>().count()));
 }
 
