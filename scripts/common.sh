@@ -14,7 +14,7 @@ ZR_PACKAGES=(
 )
 
 # Peers that only the benchmarks compare with.
-ZR_BENCH_PACKAGES=(qt6-base-dev)
+ZR_BENCH_PACKAGES=(qt6-base-dev libcereal-dev)
 
 # zr_install_packages [extra packages...]
 zr_install_packages() {
