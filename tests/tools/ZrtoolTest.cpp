@@ -2,51 +2,23 @@
 // the exit code it gives.
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <random>
 #include <string>
 #include <vector>
 
+#include "RunProgram.h"
 #include "support/TestEnv.h"
 
 namespace {
 
-struct ToolResult
-{
-  int exitCode = -1;
-  std::string out;
-  std::string err;
-};
+using ToolResult = zrtest::ProgramResult;
+using zrtest::contains;
 
-// Runs zrtool with args; stdout and stderr go through files so that neither
-// pipe can fill and stall the child.
 ToolResult zrtool(const std::vector<std::string>& args)
 {
-  static int runs = 0;
-  const std::string dir = zrtest::makeTempDir("run" + std::to_string(++runs));
-  const std::string outPath = dir + "out", errPath = dir + "err";
-  const pid_t pid = ::fork();
-  if (pid == 0) {
-    const int out = ::open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    const int err = ::open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    ::dup2(out, 1);
-    ::dup2(err, 2);
-    std::vector<char*> argv{const_cast<char*>(ZRTOOL)};
-    for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
-    argv.push_back(nullptr);
-    ::execv(ZRTOOL, argv.data());
-    ::_exit(127);
-  }
-  ToolResult run;
-  int status = 0;
-  if (pid > 0 && ::waitpid(pid, &status, 0) == pid)
-    run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-  run.out = zrtest::readFile(outPath);
-  run.err = zrtest::readFile(errPath);
-  return run;
+  return zrtest::runProgram(ZRTOOL, args);
 }
 
 std::string tempFile(const std::string& name, const std::string& content)
@@ -65,16 +37,11 @@ std::string randomBytes(size_t n, unsigned seed)
   return s;
 }
 
-bool contains(const std::string& text, const std::string& part)
-{
-  return text.find(part) != std::string::npos;
-}
-
 TEST(ZrtoolHelp, ListsEveryCommandAndExplainsEach)
 {
   const ToolResult help = zrtool({"--help"});
   EXPECT_EQ(help.exitCode, 0);
-  for (const char* name : {"cookie", "stamp", "config", "compress", "uncompress"}) {
+  for (const char* name : {"cookie", "stamp", "config", "compress", "uncompress", "dump"}) {
     EXPECT_TRUE(contains(help.out, name)) << name;
     const ToolResult one = zrtool({name, "--help"});
     EXPECT_EQ(one.exitCode, 0) << name;
@@ -97,6 +64,8 @@ TEST(ZrtoolHelp, BadCommandLinesExitTwoWithAMessage)
       {"compress", in, in + ".z", "-level", "10"},
       {"compress", in, in + ".z", "-level", "3x"},
       {"uncompress", in},
+      {"dump"},
+      {"dump", in, in},
   };
   for (const auto& args : cases) {
     const ToolResult run = zrtool(args);
@@ -204,10 +173,10 @@ TEST(ZrtoolFiles, UnreadableFilesExitOneNamingTheFile)
 {
   const std::string missing = zrtest::makeTempDir("missing") + "nothing.dat";
   const std::string folder = zrtest::makeTempDir("folder");
-  for (const std::string command : {"config", "compress", "uncompress"}) {
+  for (const std::string command : {"config", "compress", "uncompress", "dump"}) {
     for (const std::string& path : {missing, folder}) {
       std::vector<std::string> args{command, path};
-      if (command != "config") args.push_back(path + ".out");
+      if (command == "compress" || command == "uncompress") args.push_back(path + ".out");
       const ToolResult run = zrtool(args);
       EXPECT_EQ(run.exitCode, 1) << command << " " << path;
       EXPECT_TRUE(contains(run.err, "zrtool: cannot read " + path + ": ")) << run.err;
@@ -280,6 +249,104 @@ TEST(ZrtoolUncompress, AWrongHeaderIsReportedButTheDataKept)
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_TRUE(contains(run.out, "the header claims 10 bytes; the stream gave 5000")) << run.out;
   EXPECT_EQ(zrtest::readFile(lying + ".out"), data);
+}
+
+// A file of n streamed objects as a user makes one: by a run of zrhost.
+std::string objectsByZrhost(int n)
+{
+  const std::string project = zrtest::makeTempDir("project" + std::to_string(n));
+  const ToolResult run = zrtest::runProgram(
+      ZRHOST, {"-project", project, "-quiet", "-seconds", "0", "-objects", std::to_string(n)});
+  EXPECT_EQ(run.exitCode, 0) << run.out << run.err;
+  return zrtest::readFile(project + "user/korvane/Projects/zrhost-objects.dat");
+}
+
+std::string withWord(std::string bytes, size_t at, unsigned int word)
+{
+  for (int i = 0; i < 4; ++i) bytes[at + i] = char(word >> (8 * i));
+  return bytes;
+}
+
+TEST(ZrtoolDump, ListsEveryObjectWithItsLayersWithoutItsClasses)
+{
+  const std::string bytes = objectsByZrhost(6);
+  ASSERT_FALSE(bytes.empty());
+  const ToolResult run = zrtool({"dump", tempFile("objects.dat", bytes)});
+  EXPECT_EQ(run.exitCode, 0) << run.err;
+  // The three classes in turn; the middle one writes its layer as version 1.1.
+  EXPECT_TRUE(contains(run.out, "offset 0: Cl, 55 bytes\n"
+                                "  $        v2.0   layer 3        hierarchy 43\n"
+                                "  Cl       v1.0   layer 27       hierarchy 27\n"
+                                "offset 55: Cl.Vi, 87 bytes\n"
+                                "  $        v2.0   layer 6        hierarchy 75\n"
+                                "  Cl       v1.0   layer 27       hierarchy 56\n"
+                                "  Vi       v1.1   layer 16       hierarchy 16\n"
+                                "offset 142: Cl.Vi.Gr, 108 bytes\n"))
+      << run.out;
+  EXPECT_TRUE(contains(run.out, "\n6 objects in " + std::to_string(bytes.size()) + " bytes\n")) << run.out;
+}
+
+TEST(ZrtoolDump, DamagedFilesSayWhereAndWhyAndNeverCrash)
+{
+  const std::string good = objectsByZrhost(6);
+  ASSERT_GT(good.size(), 250u);
+  const std::string end = std::to_string(good.size());
+  struct Case
+  {
+    const char* what;
+    std::string bytes;
+    int exitCode;
+    std::vector<std::string> said;
+  };
+  const std::vector<Case> cases = {
+      {"zero-length", "", 0, {"0 bytes, no objects"}},
+      {"cut short",
+       good.substr(0, 200),
+       1,
+       {"2 objects in 200 bytes",
+        "stopped at offset 142: the object claims 108 bytes, but the file ends 58 bytes on"}},
+      {"cut inside a header",
+       good.substr(0, 60),
+       1,
+       {"1 object in 60 bytes", "stopped at offset 55: ", "end-of-file"}},
+      {"random bytes", randomBytes(3000, 11), 1, {"0 objects in 3000 bytes", "stopped at offset 0: "}},
+      {"a name that never ends", std::string(5000, 'A'), 1, {"0 objects", "stopped at offset 0: "}},
+      {"a chunk size past the end",
+       withWord(good, 8, 0x7FFFFFF0),
+       1,
+       {"0 objects", "stopped at offset 0: the object claims 2147483644 bytes, but the file ends " + end}},
+      {"own size above the hierarchy's",
+       withWord(good, 4, 1000),
+       1,
+       {"stopped at offset 0: the base layer's own size 1000 is larger than its hierarchy size 43"}},
+      {"garbage after the objects", good + "junk", 1, {"6 objects", "stopped at offset " + end + ": "}},
+      // The object's own bounds still hold: it is stepped over, the rest listed.
+      {"a layer past its object",
+       withWord(good, 24, 1000),
+       1,
+       {"  offset 15: layer \"Cl\" claims 1000 bytes, past the end of the layer around it at offset 55; "
+        "stepped over",
+        "offset 55: Cl.Vi", "6 objects in " + end + " bytes, 1 of them damaged"}},
+      {"layers that are not the named hierarchy",
+       good.substr(0, 12) + "Xy" + good.substr(14),
+       1,
+       {"offset 0: Xy, 55 bytes", "its layers are \"Cl\", not the hierarchy its base layer names",
+        "6 objects in " + end + " bytes, 1 of them damaged"}},
+  };
+  for (const Case& c : cases) {
+    const std::string file = tempFile("damaged.dat", c.bytes);
+    const ToolResult run = zrtool({"dump", file});
+    EXPECT_EQ(run.exitCode, c.exitCode) << c.what << "\n" << run.out << run.err;
+    for (const std::string& part : c.said)
+      EXPECT_TRUE(contains(run.out, part)) << c.what << ": " << part << "\n" << run.out;
+    if (c.exitCode == 1) {
+      const bool stopped = contains(run.out, "stopped at offset ");
+      EXPECT_TRUE(
+          contains(run.err, "zrtool: " + file +
+                                (stopped ? " stops making sense at offset " : " has 1 damaged object")))
+          << c.what << ": " << run.err;
+    }
+  }
 }
 
 } // namespace

@@ -37,6 +37,7 @@ int runStamp(const Args& args);
 int runConfig(const Args& args);
 int runCompress(const Args& args);
 int runUncompress(const Args& args);
+int runDump(const Args& args);
 
 // Prints "zrtool COMMAND: message" and a pointer to the command's help on
 // stderr; gives eUsage.

@@ -43,6 +43,16 @@ const std::vector<Command>& commands()
        "Writes to OUT the data of the compressed block in IN. A block that does not\n"
        "decompress exits 1 and writes nothing.\n",
        &runUncompress},
+      {"dump", "list the streamed objects of a file",
+       "usage: zrtool dump FILE\n"
+       "Lists each streamed object of FILE by its layer headers, with no need of\n"
+       "its classes: its offset, hierarchy name and size, then each layer's short\n"
+       "name, version, own size and hierarchy size, outermost first. An object\n"
+       "whose inside is damaged is stepped over; a file that stops making sense\n"
+       "(no object where one should start, or a size past its end) is listed up\n"
+       "to that point, with where and why. Exits 1 for a damaged file; an empty\n"
+       "file holds no objects.\n",
+       &runDump},
   };
   return table;
 }
