@@ -70,6 +70,25 @@ std::string makeProjectRoot(const std::string& project)
   return root.string();
 }
 
+// The library's string table, from beside an installed zrhost or from the
+// source tree it was built in; a copy already there (perhaps edited) stays.
+void copyStringTable(const std::string& target)
+{
+  std::error_code ec;
+  if (fs::exists(target, ec)) return;
+  const fs::path exe = fs::read_symlink("/proc/self/exe", ec);
+  const fs::path candidates[] = {exe.parent_path().parent_path() / "share/korvane/strings.txt",
+                                 fs::path(ZRHOST_SOURCE_DATA_DIR) / "strings.txt"};
+  for (const fs::path& source : candidates) {
+    if (!fs::is_regular_file(source, ec)) continue;
+    fs::create_directories(fs::path(target).parent_path(), ec);
+    if (!ec) fs::copy_file(source, target, ec);
+    if (ec) fail("copying the string table to " + target, ec.message());
+    return;
+  }
+  fail("finding the string table strings.txt", "it is neither installed beside zrhost nor in the source tree");
+}
+
 void fillRoot(const std::string& root)
 {
   for (const Location& l : kLocations) {
@@ -79,6 +98,7 @@ void fillRoot(const std::string& root)
     if (ec) fail("making " + folder, ec.message());
     ::setenv(l.variable, folder.c_str(), 1);
   }
+  copyStringTable(root + "/shared/korvane/strings.txt");
   const std::string config = root + "/app/config.dat";
   if (fs::exists(config)) return;
   std::ofstream out(config, std::ios::binary);

@@ -30,6 +30,10 @@ void showLocations();
 // Files, threads, strings and system information.
 void showTour();
 
+// The command table and the string table: finds the library's commands and
+// runs one by name, and looks texts up by number.
+void showCommands();
+
 // Streams n objects of the host's own hierarchy to a file and reads them back.
 void showObjects(int count);
 

@@ -44,6 +44,7 @@ int main(int argc, char** argv)
   showCookies();
   showConsole();
   if (!options.quiet) showTour();
+  showCommands();
   showObjects(options.objects);
   const unsigned short checker = runWorkers(settings.workers, options.seconds);
   shutDown(checker);
