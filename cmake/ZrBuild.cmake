@@ -35,6 +35,9 @@ function(zr_library target)
     $<BUILD_INTERFACE:${ARG_INCLUDE_ROOT}>
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/zrbase>)
   target_link_libraries(${target} PUBLIC ${ARG_PUBLIC_LIBS} PRIVATE ${ARG_PRIVATE_LIBS} zr_warnings)
+  # No program replaces a function of these libraries, so calls inside one
+  # library may be inlined and bound directly instead of going through the PLT.
+  target_compile_options(${target} PRIVATE -fno-semantic-interposition)
   if(NOT ZR_SANITIZE AND NOT ZR_FUZZ)
     # The sanitizer runtimes resolve their symbols at load time.
     target_link_options(${target} PRIVATE -Wl,--no-undefined)
