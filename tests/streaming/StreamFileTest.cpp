@@ -66,7 +66,7 @@ TEST(StreamFileCache, CapacityBeyond32BitsPrintsAndFails)
   EXPECT_EQ(file.cacheSize(), 0u);
 }
 
-TEST(StreamFileRead, EmptyFileIsOpenAndAtEofButAMissingOneFailsWithoutRetrying)
+TEST(StreamFileRead, EmptyFileIsOpenAndAtEofButAMissingOneFails)
 {
   ReadFixture f({});
   EXPECT_FALSE(f.opened) << "nothing to bring into the cache";
@@ -74,10 +74,8 @@ TEST(StreamFileRead, EmptyFileIsOpenAndAtEofButAMissingOneFailsWithoutRetrying)
   EXPECT_TRUE(f.file.eof());
 
   StreamFile file;
-  const auto start = std::chrono::steady_clock::now();
   EXPECT_FALSE(file.create(wide(zrtest::makeTempDir("missing") + "none.bin"), iFile::eOpenExisting));
   EXPECT_FALSE(file.valid());
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(500));
 }
 
 TEST(StreamFileRead, WholeFileIsCachedAndEofFollowsTheCursor)
