@@ -6,33 +6,6 @@ namespace {
 
 using namespace streamtest;
 
-// Runs fn over a PStream on a fresh StreamFile written to a temporary file,
-// flushes, and gives the file's bytes.
-Bytes written(const std::function<void(PStream&)>& fn)
-{
-  const std::string path = zrtest::makeTempDir("pswrite") + "out.bin";
-  StreamFile file;
-  EXPECT_TRUE(file.create(wide(path), iFile::eCreateAlways));
-  PStream s(&file);
-  fn(s);
-  EXPECT_FALSE(s.hasError()) << s.errorText();
-  EXPECT_TRUE(file.flush());
-  return fileBytes(path);
-}
-
-// A StreamFile open for reading over bytes, and a PStream on it.
-struct Reader
-{
-  explicit Reader(const Bytes& bytes) : path(zrtest::makeTempDir("psread") + "in.bin"), stream(&file)
-  {
-    writeBytes(path, bytes);
-    file.create(wide(path), iFile::eOpenExisting);
-  }
-  std::string path;
-  StreamFile file;
-  PStream stream;
-};
-
 TEST(PStreamLayout, EveryValueFormIsLittleEndianInItsWidth)
 {
   const Bytes bytes = written([](PStream& s) {

@@ -153,32 +153,6 @@ private:
   }
 };
 
-// Writes bytes as a file and opens it for reading.
-struct Reader
-{
-  explicit Reader(const Bytes& bytes) : path(zrtest::makeTempDir("strm") + "in.bin"), stream(&file)
-  {
-    writeBytes(path, bytes);
-    file.create(wide(path), iFile::eOpenExisting);
-  }
-  std::string path;
-  StreamFile file;
-  PStream stream;
-};
-
-// The bytes that fn writes through a PStream.
-inline Bytes written(const std::function<void(PStream&)>& fn)
-{
-  const std::string path = zrtest::makeTempDir("strmw") + "out.bin";
-  StreamFile file;
-  EXPECT_TRUE(file.create(wide(path), iFile::eCreateAlways));
-  PStream s(&file);
-  fn(s);
-  EXPECT_FALSE(s.hasError()) << s.errorText();
-  EXPECT_TRUE(file.flush());
-  return fileBytes(path);
-}
-
 inline Bytes packed(const Streamable& object)
 {
   return written([&](PStream& s) { s << object; });

@@ -4,6 +4,7 @@
 
 #include "libOS/OS.h"
 #include "libOS/iFileManager.h"
+#include "BufferPictures.h"
 #include "support/TestEnv.h"
 #include "text/buf.h"
 
@@ -12,20 +13,8 @@ namespace {
 constexpr unsigned int kFail = buf::kFail;
 const char kSoft = static_cast<char>(0xB2);
 
-std::string contents(buf& b)
-{
-  std::string out(b.getused() + 1, '\0');
-  strcpy(out.data(), b);
-  out.resize(b.getused());
-  return out;
-}
-
-// The text with a '|' where the cursor is.
-std::string withCursor(buf& b)
-{
-  std::string s = contents(b);
-  return s.insert(b.getindex(), "|");
-}
+using textpictures::contents;
+using textpictures::withCursor;
 
 void fill(buf& b, const char* s)
 {

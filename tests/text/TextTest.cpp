@@ -3,6 +3,7 @@
 #include <cstring>
 #include <string>
 
+#include "BufferPictures.h"
 #include "support/TestEnv.h"
 #include "text/text.h"
 
@@ -11,19 +12,8 @@ namespace {
 constexpr unsigned int kFail = buf::kFail;
 const std::string kSoft = "\xB2";
 
-std::string contents(buf& b)
-{
-  std::string out(b.getused() + 1, '\0');
-  strcpy(out.data(), b);
-  out.resize(b.getused());
-  return out;
-}
-
-std::string withCursor(buf& b)
-{
-  std::string s = contents(b);
-  return s.insert(b.getindex(), "|");
-}
+using textpictures::contents;
+using textpictures::withCursor;
 
 // Fills t from a picture whose '|' is the cursor.
 void setUp(text& t, const std::string& picture)
