@@ -144,8 +144,10 @@ void Streamable::unpack(PStream& s)
     return;
   }
   const std::uint32_t start = s.position();
+  // The name read is almost always the class's own, whose text it then shares.
+  const LightweightString<char> own = hierarchyName(false, true);
   LightweightString<char> name;
-  switch (StreamableTraitsBase::readBoundedText(s, name, kMaxHierarchyNameLength)) {
+  switch (StreamableTraitsBase::readBoundedText(s, name, kMaxHierarchyNameLength, &own)) {
   case StreamableTraitsBase::eTextRead:
     break;
   case StreamableTraitsBase::eTextTooLong:
@@ -161,8 +163,11 @@ void Streamable::unpack(PStream& s)
   const std::uint32_t used = s.position() - start;
   STRM_setChunkSize(STRM_chunkSize() >= used ? STRM_chunkSize() - used : 0);
   if (builderType_ == eHeaderProbe) return;
-  const LightweightString<char> own = hierarchyName(false, true);
-  if (name == own || name == hierarchyName(false, false)) return;
+  if (name == own) return;
+  if (const LightweightString<char> ownLong = hierarchyName(false, false); name == ownLong) {
+    unpackedHierarchyName_ = ownLong;
+    return;
+  }
   const LightweightString<char> message =
       LightweightString<char>("Expected hierarchy Streamable.") + own + ", got Streamable." + name;
   s.append(message.c_str());

@@ -91,6 +91,19 @@ template <class S, class L, class V> void readDynamicValue(PStream& s, V& value)
   s.position(s.position() + std::uint32_t(used));
 }
 
+// Whether `known` holds exactly the `length` bytes at `text`.
+bool isText(const LightweightString<char>* known, const char* text, std::uint32_t length)
+{
+  return known && known->size() == length && std::memcmp(known->c_str(), text, length) == 0;
+}
+
+// The names of the base layer, which announce the stream's format.
+bool isBaseLayerName(const LightweightString<char>& name)
+{
+  return (name.size() == 1 && name.c_str()[0] == '$') ||
+         (name.size() == 10 && std::memcmp(name.c_str(), "Streamable", 10) == 0);
+}
+
 void writeHeader(PStream& s, const char* name, const StreamableLayerVersion& version, std::uint32_t layerSize,
                  std::uint32_t hierarchySize)
 {
@@ -132,30 +145,41 @@ const StreamLayerHeader* StreamableTraitsBase::currentLayer()
   return runningLayer;
 }
 
-StreamableTraitsBase::TextRead
-StreamableTraitsBase::readBoundedText(PStream& s, LightweightString<char>& text, unsigned int maxLength)
+StreamableTraitsBase::TextRead StreamableTraitsBase::readBoundedText(PStream& s,
+                                                                     LightweightString<char>& text,
+                                                                     unsigned int maxLength,
+                                                                     const LightweightString<char>* knownA,
+                                                                     const LightweightString<char>* knownB)
 {
-  text = LightweightString<char>();
   const std::uint32_t n = bytesAvailable(s, std::uint64_t(maxLength) + 1);
-  const unsigned char* at = n ? cursor(s) : nullptr;
+  const char* at = n ? reinterpret_cast<const char*>(cursor(s)) : nullptr;
   const void* zero = n ? std::memchr(at, 0, n) : nullptr;
   if (zero) {
-    const auto length = std::uint32_t(static_cast<const unsigned char*>(zero) - at);
-    text = LightweightString<char>(reinterpret_cast<const char*>(at), length);
+    const auto length = std::uint32_t(static_cast<const char*>(zero) - at);
+    if (isText(knownA, at, length))
+      text = *knownA;
+    else if (isText(knownB, at, length))
+      text = *knownB;
+    else
+      text = LightweightString<char>(at, length);
     s.position(s.position() + length + 1);
     return eTextRead;
   }
+  text = LightweightString<char>();
   if (n == std::uint64_t(maxLength) + 1) {
     s.position(s.position() + n);
     return eTextTooLong;
   }
-  if (n) text = LightweightString<char>(reinterpret_cast<const char*>(at), n);
+  if (n) text = LightweightString<char>(at, n);
   seekWithin(s, ~std::uint64_t(0));
   return eTextAtEnd;
 }
 
-unsigned int readStreamLayerHeader(PStream& s, StreamLayerHeader& header, const Streamable* object,
-                                   const char* layerName)
+namespace {
+
+unsigned int readHeader(PStream& s, StreamLayerHeader& header, const Streamable* object,
+                        const char* layerName, const LightweightString<char>* knownA,
+                        const LightweightString<char>* knownB)
 {
   header = StreamLayerHeader();
   // The texts name the reader's class, or what the stream says.
@@ -163,7 +187,8 @@ unsigned int readStreamLayerHeader(PStream& s, StreamLayerHeader& header, const 
   auto objectText = [&]() { return object ? object->hierarchyName(false, false) : header.name; };
 
   if (!s.eof()) {
-    if (Traits::readBoundedText(s, header.name, Traits::kMaxLayerNameLength) == Traits::eTextTooLong) {
+    if (Traits::readBoundedText(s, header.name, Traits::kMaxLayerNameLength, knownA, knownB) ==
+        Traits::eTextTooLong) {
       appendFormatted(s, "Layer name longer than %u bytes while unpacking %s, layer %s.",
                       Traits::kMaxLayerNameLength, objectText().c_str(), layerText().c_str());
       return Traits::eStreamError;
@@ -204,7 +229,7 @@ unsigned int readStreamLayerHeader(PStream& s, StreamLayerHeader& header, const 
   }
 
   // The base layer announces the stream's format in its major.
-  if (majorThere && (header.name == "$" || header.name == "Streamable")) s.setFormat(header.major);
+  if (majorThere && isBaseLayerName(header.name)) s.setFormat(header.major);
 
   switch (s.format()) {
   case 1:
@@ -228,6 +253,14 @@ unsigned int readStreamLayerHeader(PStream& s, StreamLayerHeader& header, const 
     return Traits::eUnexpectedEOF;
   }
   return 0;
+}
+
+} // namespace
+
+unsigned int readStreamLayerHeader(PStream& s, StreamLayerHeader& header, const Streamable* object,
+                                   const char* layerName)
+{
+  return readHeader(s, header, object, layerName, nullptr, nullptr);
 }
 
 unsigned int StreamableTraitsBase::packLayer(const LayerOps& ops, const void* object,
@@ -258,13 +291,17 @@ unsigned int StreamableTraitsBase::unpackLayer(const LayerOps& ops, void* object
                                                StreamableLayerVersion& version, PStream& s)
 {
   StreamLayerHeader header;
-  const unsigned int read = readStreamLayerHeader(s, header, whole, ops.longName);
+  const unsigned int read =
+      readHeader(s, header, whole, ops.longName, ops.sharedShortName, ops.sharedLongName);
   if (read != 0) return read;
   const std::uint64_t start = header.dataStart;
   if (ops.isBase) whole->STRM_setChunkSize(header.hierarchyChunkSize);
   if (header.layerChunkSize == 0) return eUnpacked;
 
-  if (!s.hasError() && !header.name.empty() && header.name != ops.shortName && header.name != ops.longName) {
+  // A name read as one of the layer's own shares its text, so the usual
+  // case compares two pointers.
+  if (!s.hasError() && !header.name.empty() && header.name != *ops.sharedShortName &&
+      header.name != *ops.sharedLongName) {
     s.append(("Expected short name '" + LightweightString<char>(ops.shortName) + "' for layer " +
               ops.longName + ", got " + header.name + ".")
                  .c_str());

@@ -133,6 +133,10 @@ public:
   {
     const char* shortName;
     const char* longName;
+    // The same names as shared texts, which the header read shares when the
+    // stream names the layer by them.
+    const LightweightString<char>* sharedShortName;
+    const LightweightString<char>* sharedLongName;
     bool isBase;
     void (*pack)(const void* object, PStream& s);
     void (*unpack)(void* object, PStream& s);
@@ -153,8 +157,11 @@ public:
     eTextAtEnd,   // the file ended first: the cursor is at the end, text holds what was there
   };
   // Reads a zero-terminated text of at most maxLength bytes, never beyond
-  // the file's end; reports nothing on the stream.
-  static TextRead readBoundedText(PStream& s, LightweightString<char>& text, unsigned int maxLength);
+  // the file's end; reports nothing on the stream. A text equal to `knownA`
+  // or `knownB` shares its block instead of taking a new one from the heap.
+  static TextRead readBoundedText(PStream& s, LightweightString<char>& text, unsigned int maxLength,
+                                  const LightweightString<char>* knownA = nullptr,
+                                  const LightweightString<char>* knownB = nullptr);
   // How many of the next `want` bytes of the file are there, brought into
   // the cache; 0 at the end or with no file.
   static std::uint32_t bytesAvailable(PStream& s, std::uint64_t want);
@@ -206,8 +213,17 @@ protected:
 private:
   static LayerOps ops()
   {
-    return LayerOps{T::shortLayerName(), T::layerName(), std::is_same_v<T, Streamable>, &packData,
-                    &unpackData};
+    static const LightweightString<char> sharedShort(T::shortLayerName());
+    static const LightweightString<char> sharedLong(T::layerName());
+    LayerOps ops{};
+    ops.shortName = T::shortLayerName();
+    ops.longName = T::layerName();
+    ops.sharedShortName = &sharedShort;
+    ops.sharedLongName = &sharedLong;
+    ops.isBase = std::is_same_v<T, Streamable>;
+    ops.pack = &packData;
+    ops.unpack = &unpackData;
+    return ops;
   }
   static void packData(const void* object, PStream& s) { static_cast<const T*>(object)->T::pack(s); }
   static void unpackData(void* object, PStream& s) { static_cast<T*>(object)->T::unpack(s); }

@@ -61,6 +61,27 @@ TEST(StreamableLayout, ThreeLayersNestOutermostFirstWithTrueSizes)
   EXPECT_TRUE(r.stream.eof());
 }
 
+// Names may be written in either form; one object read from both in turn
+// keeps each hierarchy name it read.
+TEST(StreamableLayout, LongNamesReadAsShortOnesDo)
+{
+  const Bytes longNamed = header2("$", 2, 0, 17, 87) + text("Alpha.Beta.Gamma") +
+                          header2("Alpha", 1, 0, 8, 54) + raw(7) + raw(9u) + header2("Beta", 1, 0, 13, 31) +
+                          raw(1.5) + text("clip") + header2("Gamma", 1, 0, 2, 2) + raw(short(3));
+  const std::pair<Bytes, const char*> files[] = {
+      {longNamed, "Alpha.Beta.Gamma"}, {packed(sampleGamma()), "A.B.G"}, {longNamed, "Alpha.Beta.Gamma"}};
+  Gamma back;
+  for (const auto& [bytes, hierarchy] : files) {
+    Reader r(bytes);
+    back.kind = 0;
+    EXPECT_EQ(back.STRM_hierarchyUnpack(r.stream), 3u);
+    EXPECT_FALSE(r.stream.hasError()) << r.stream.errorText();
+    EXPECT_EQ(back.kind, 3);
+    EXPECT_EQ(back.STRM_unpackedHierarchyName(), hierarchy);
+    EXPECT_TRUE(r.stream.eof());
+  }
+}
+
 TEST(StreamableNames, HierarchyNamesClassNameAndTypeComparison)
 {
   const Gamma g;
