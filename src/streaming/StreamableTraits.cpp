@@ -104,10 +104,17 @@ bool isBaseLayerName(const LightweightString<char>& name)
          (name.size() == 10 && std::memcmp(name.c_str(), "Streamable", 10) == 0);
 }
 
-void writeHeader(PStream& s, const char* name, const StreamableLayerVersion& version, std::uint32_t layerSize,
-                 std::uint32_t hierarchySize)
+// The part of a header after the name, as format 2 has it: the version and
+// the two sizes, in one write.
+void writeVersionAndSizes(PStream& s, const StreamableLayerVersion& version, std::uint32_t layerSize,
+                          std::uint32_t hierarchySize)
 {
-  s << name << version.major << version.minor << layerSize << hierarchySize;
+  unsigned char bytes[2 + 4 + 4];
+  bytes[0] = version.major;
+  bytes[1] = version.minor;
+  std::memcpy(bytes + 2, &layerSize, 4);
+  std::memcpy(bytes + 6, &hierarchySize, 4);
+  s.writeBinary(bytes, sizeof bytes, false, true);
 }
 
 } // namespace
@@ -268,10 +275,11 @@ unsigned int StreamableTraitsBase::packLayer(const LayerOps& ops, const void* ob
                                              PackFunctionStack& stack)
 {
   stack.unhookTop();
-  const std::uint32_t headerStart = s.position();
   version = StreamableLayerVersion();
-  writeHeader(s, ops.shortName, version, StreamableChunkSizeHolder::kUnknownSize,
-              StreamableChunkSizeHolder::kUnknownSize);
+  s << ops.shortName;
+  const std::uint32_t sizesStart = s.position();
+  writeVersionAndSizes(s, version, StreamableChunkSizeHolder::kUnknownSize,
+                       StreamableChunkSizeHolder::kUnknownSize);
   const std::uint32_t dataStart = s.position();
   ops.pack(object, s);
   const std::uint32_t ownEnd = s.position();
@@ -280,9 +288,10 @@ unsigned int StreamableTraitsBase::packLayer(const LayerOps& ops, const void* ob
     if (result != ePacked && result != eUnpacked) return result;
   }
   const std::uint32_t hierarchyEnd = s.position();
-  // The header is rewritten in place with the same width: nothing moves.
-  s.position(headerStart);
-  writeHeader(s, ops.shortName, version, ownEnd - dataStart, hierarchyEnd - dataStart);
+  // The version the layer chose and the true sizes go over the first ones,
+  // with the same width: nothing moves.
+  s.position(sizesStart);
+  writeVersionAndSizes(s, version, ownEnd - dataStart, hierarchyEnd - dataStart);
   s.position(hierarchyEnd);
   return s.hasError() ? eStreamError : ePacked;
 }
