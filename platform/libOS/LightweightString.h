@@ -290,8 +290,14 @@ private:
     static const T zero = T(0);
     return &zero;
   }
+  // The C library's own, which reads many characters per step (and which the
+  // compiler works out for a literal).
   static unsigned int textLength(const T* text)
   {
+    if constexpr (std::is_same_v<T, char>)
+      return unsigned(std::strlen(text));
+    else if constexpr (std::is_same_v<T, wchar_t>)
+      return unsigned(std::wcslen(text));
     unsigned int n = 0;
     while (text[n]) ++n;
     return n;
