@@ -152,7 +152,8 @@ bool SettingsStore::apply(RegistryFile::Contents& contents, const Change& change
 bool SettingsStore::keepGarbledCopy() const
 {
   for (int i = 0; i < 1000; ++i) {
-    const std::string name = path_ + ".garbled" + (i ? "." + std::to_string(i) : std::string());
+    std::string name = path_ + ".garbled";
+    if (i) name.append(".").append(std::to_string(i));
     const int fd = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     if (fd < 0) {
       if (errno == EEXIST) continue;
