@@ -130,7 +130,8 @@ private:
                                   " bytes, past the end of the layer around it at offset " +
                                   std::to_string(within));
       printLayer(h);
-      names += (names.empty() ? "" : ".") + std::string(h.name.c_str());
+      if (!names.empty()) names += '.';
+      names += h.name.c_str();
       layer = std::uint64_t(h.dataStart) + h.layerChunkSize;
       within = layerEnd;
     }
