@@ -101,9 +101,14 @@ void PosixThread::begin()
     pthread_setname_np(pthread_self(), shortName);
   }
   ensureAltSignalStack();
-  SyncLock lock(&mutex_);
-  tid_ = currentTid();
-  started_ = true;
+  const unsigned int tid = currentTid();
+  {
+    SyncLock lock(&mutex_);
+    tid_ = tid;
+    started_ = true;
+  }
+  // Outside the lock: the maker wakes to a free mutex instead of waiting
+  // for it. It holds its own reference, so this object outlives the call.
   pthread_cond_broadcast(&changed_);
 }
 
