@@ -71,7 +71,7 @@ public:
     if (head_ == tally) head_ = tally->next;
   }
 
-  // Counts made on a thread whose tally is gone or not yet there.
+  // Counts made on a thread whose tally is already gone.
   void addEnded(long long byteCount, long long blockCount) noexcept
   {
     endedBytes_.fetch_add(byteCount, std::memory_order_relaxed);
