@@ -104,6 +104,23 @@ bool isBaseLayerName(const LightweightString<char>& name)
          (name.size() == 10 && std::memcmp(name.c_str(), "Streamable", 10) == 0);
 }
 
+// The version and the two sizes of a format 2 header, read in one look when
+// all ten bytes are there and the header does not switch the stream's
+// format; otherwise false, with nothing read.
+bool readFixedPartAtOnce(PStream& s, StreamLayerHeader& header)
+{
+  constexpr std::uint32_t kFixedPart = 2 + 4 + 4;
+  if (s.format() != 2 || Traits::bytesAvailable(s, kFixedPart) < kFixedPart) return false;
+  const unsigned char* at = cursor(s);
+  if (at[0] != 2 && isBaseLayerName(header.name)) return false;
+  header.major = at[0];
+  header.minor = at[1];
+  std::memcpy(&header.layerChunkSize, at + 2, 4);
+  std::memcpy(&header.hierarchyChunkSize, at + 6, 4);
+  s.position(s.position() + kFixedPart);
+  return true;
+}
+
 // The part of a header after the name, as format 2 has it: the version and
 // the two sizes, in one write.
 void writeVersionAndSizes(PStream& s, const StreamableLayerVersion& version, std::uint32_t layerSize,
@@ -205,51 +222,53 @@ unsigned int readHeader(PStream& s, StreamLayerHeader& header, const Streamable*
   // Only a major that is really there announces a format; a default at the
   // end of the file does not.
   const bool majorThere = !s.eof();
-  switch (s.format()) {
-  case 1: {
-    readDynamicValue<unsigned char, unsigned short>(s, header.major);
-    readDynamicValue<unsigned char, unsigned short>(s, header.minor);
-    bool oversized = false;
-    if (header.major > 255) {
-      s.append((" Strm1.0 Object has oversized major rev (" + layerText() + "). ").c_str());
-      oversized = true;
+  if (!readFixedPartAtOnce(s, header)) {
+    switch (s.format()) {
+    case 1: {
+      readDynamicValue<unsigned char, unsigned short>(s, header.major);
+      readDynamicValue<unsigned char, unsigned short>(s, header.minor);
+      bool oversized = false;
+      if (header.major > 255) {
+        s.append((" Strm1.0 Object has oversized major rev (" + layerText() + "). ").c_str());
+        oversized = true;
+      }
+      if (header.minor > 255) {
+        s.append((" Strm1.0 Object has oversized minor rev (" + layerText() + "). ").c_str());
+        oversized = true;
+      }
+      if (oversized) return Traits::eStreamError;
+      break;
     }
-    if (header.minor > 255) {
-      s.append((" Strm1.0 Object has oversized minor rev (" + layerText() + "). ").c_str());
-      oversized = true;
+    case 2: {
+      unsigned char major = 0;
+      unsigned char minor = 0;
+      readHeaderValue(s, major);
+      readHeaderValue(s, minor);
+      header.major = major;
+      header.minor = minor;
+      break;
     }
-    if (oversized) return Traits::eStreamError;
-    break;
-  }
-  case 2: {
-    unsigned char major = 0;
-    unsigned char minor = 0;
-    readHeaderValue(s, major);
-    readHeaderValue(s, minor);
-    header.major = major;
-    header.minor = minor;
-    break;
-  }
-  default:
-    s.append("Unrecognized version for Streamable base");
-    return Traits::eStreamError;
-  }
+    default:
+      s.append("Unrecognized version for Streamable base");
+      return Traits::eStreamError;
+    }
 
-  // The base layer announces the stream's format in its major.
-  if (majorThere && isBaseLayerName(header.name)) s.setFormat(header.major);
+    // The base layer announces the stream's format in its major.
+    if (majorThere && isBaseLayerName(header.name)) s.setFormat(header.major);
 
-  switch (s.format()) {
-  case 1:
-    readDynamicValue<unsigned short, unsigned int>(s, header.layerChunkSize);
-    readDynamicValue<unsigned short, unsigned int>(s, header.hierarchyChunkSize);
-    break;
-  case 2:
-    readHeaderValue(s, header.layerChunkSize);
-    readHeaderValue(s, header.hierarchyChunkSize);
-    break;
-  default:
-    s.append("Unrecognized version for Streamable base");
-    return Traits::eStreamError;
+    switch (s.format()) {
+    case 1:
+      readDynamicValue<unsigned short, unsigned int>(s, header.layerChunkSize);
+      readDynamicValue<unsigned short, unsigned int>(s, header.hierarchyChunkSize);
+      break;
+    case 2:
+      readHeaderValue(s, header.layerChunkSize);
+      readHeaderValue(s, header.hierarchyChunkSize);
+      break;
+    default:
+      s.append("Unrecognized version for Streamable base");
+      return Traits::eStreamError;
+    }
   }
 
   header.dataStart = s.position();
